@@ -1,0 +1,36 @@
+#include "common.h"
+
+#include <QResource>
+
+QString startPath;
+QString rBtnOpenFile[kCommandLineSlots];
+HistoryAddrList addrlist[kHistoryCapacity];
+int addrNum = 0;
+struct videoInfo videoInfo;
+PlayingList playinglist;
+bool playingState = false;
+int decodeFlag = 0;
+int decodeSoftware = 0;
+QString defaultPlayPath;
+int defaultVolum = 30;
+bool muteFlag = false;
+double audioDelay = 0.0;
+double subDelay = 0.0;
+int delayFlag = 0;
+bool subTitleFlag = false;
+bool lastTimePlayFlag = false;
+bool emptyListCheckFlag = false;
+int firstStartFlag = 0;
+int playMode = 0;
+QString screenShotPath;
+bool fullScreenFlag = false;
+bool maxFlag = false;
+
+// Resources of a static library are dropped by the linker unless something asks for them. Every
+// window needs this file, so asking here registers the pictures before main() in every program.
+static int registerIcons()
+{
+    Q_INIT_RESOURCE(icons);
+    return 0;
+}
+[[maybe_unused]] static const int iconsRegistered = registerIcons();

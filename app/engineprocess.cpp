@@ -1,0 +1,3 @@
+#include "engineprocess.h"
+
+#include "moc_engineprocess.cpp"

@@ -1,0 +1,30 @@
+// The engine's process, and the one place that writes to it.
+#pragma once
+
+#include <QByteArray>
+#include <QProcess>
+
+// A QProcess whose child dies with the player: the slave-mode engine does not stop when its input
+// closes, so a killed player would leave it playing (prctl(2), PR_SET_PDEATHSIG). Start it from
+// the main thread only, because the kernel ties the signal to the starting thread.
+class EngineProcess : public QProcess {
+    Q_OBJECT
+
+public:
+    explicit EngineProcess(QObject *parent = nullptr);
+
+protected:
+    void setupChildProcess() override;
+
+private:
+    qint64 starterPid;
+};
+
+// True unless there is no process object or it is in the NotRunning state.
+bool engineRuns();
+
+// Writes command as it is to the engine of playinglist. With a dead engine the text is lost.
+void writeToEngine(const QByteArray &command);
+
+// "quit", then kill and close at once: the old engine is never waited for.
+void quitEngine();

@@ -1,0 +1,54 @@
+// The history file (JSON) and the helpers for addresses. The array addrlist and its count addrNum
+// are the truth; the file is their copy at rest. All functions run on the GUI thread.
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+struct HistoryAddrList;
+
+// The JSON object of one entry: the eight stored members.
+QJsonObject entryToJson(const HistoryAddrList &entry);
+
+// Fills entry from a JSON object. Returns false, entry untouched, when a required member is missing
+// or has the wrong type.
+bool entryFromJson(const QJsonObject &object, HistoryAddrList *entry);
+
+// Loads the file at path (startPath's default when empty) into addrlist and counts addrNum up.
+// Creates a missing file. Returns 0, or -1 when it can't be opened or parsed.
+int readJsonConfig(QString path);
+
+// Appends one entry to the file at defaultPlayPath. Returns 0, or -1 when the file can't be opened
+// or holds JSON of another shape (which is left alone).
+int insertJsonConfig(HistoryAddrList *entry);
+
+// Replaces the file at defaultPlayPath by one that holds only this entry.
+void createJsonConfig(HistoryAddrList *entry);
+
+// Rewrites the file at path from the first addrNum records of list; ends at the first record with
+// an empty address. With addrNum 0 the file becomes empty.
+void varyJsonConfig(QString path, HistoryAddrList *list);
+
+// Truncates the file at path to zero bytes. Returns false when it can't be opened for reading and
+// writing.
+bool emptyHistoryFile(const QString &path);
+
+// Makes a new entry from addr and the probe's result, makes it the playing one and appends it to
+// the file. When all slots are used the oldest entry is dropped.
+void addToAddrList(QString addr);
+
+// Index of the entry with this address, or -1. A leading "file://" is ignored.
+int checkAddrExist(QString addr);
+
+// Stores a resume position in seconds and rewrites the file. An index outside the array is ignored.
+void saveLastPlayTime(int index, int seconds);
+
+// Display name: what follows the last "/" of addr.
+QString getFileNameFromAddr(QString addr);
+
+// Percent-decodes a name from the command line; each encoded byte becomes one Latin-1 character.
+QString checkInputFileName(QString name);
+
+// Value of the first n (at most 16) characters of text read as hexadecimal digits; any other
+// character counts 0.
+int changeNum(char *text, int n);

@@ -1,0 +1,29 @@
+// Describes media through the external ffprobe. The filter and the parser are plain functions; the
+// one place that starts the tool is probeMedia().
+#pragma once
+
+#include <QString>
+
+constexpr int kProbeBufferSize = 9999; // bytes, the last one is always the terminator
+
+// The shell command that probes file. Inside the double quotes the four characters that a POSIX
+// shell still interprets there are escaped; every other name is taken as it is. Returns an empty
+// string for a name that can't be handed to a shell (one with a NUL).
+QString probeCommand(const QString &file);
+
+// Runs command in a shell and returns at most 9,998 bytes of its output. A command that can't be
+// started gives empty output.
+QByteArray readCommandOutput(const QByteArray &command);
+
+// Copies the lines of in that belong to pretty-printed JSON to out, each with a line feed. Both
+// buffers hold kProbeBufferSize bytes; out is zero-filled by the caller.
+void AnalyseToken(char *in, char *out);
+
+// 1 if the line's first character after blanks is one of " [ ] { }, otherwise 0.
+int checkJsonPara(char *line);
+
+// Fills the global videoInfo from the tool's JSON. Returns 0, or -1 when there is no stream list.
+int readConfigFromBuffer(char *text);
+
+// Probes file (blocking) and fills the global videoInfo. True when the media is accepted.
+bool probeMedia(const QString &file);

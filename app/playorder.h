@@ -1,0 +1,24 @@
+// What follows at the end of a file, and how list rows map to entries.
+#pragma once
+
+// Play modes as stored in the settings and as indexes of the settings dialog's choice.
+enum PlayMode {
+    PlayModeSingle = 0, // nothing further is played
+    PlayModeSequential = 1, // the next older entry
+    PlayModeRepeatOne = 2, // the same entry again
+    PlayModeRepeatList = 3, // the next older entry, from the oldest back to the newest
+    PlayModeRandom = 4, // any entry
+};
+
+struct NextEntry {
+    int index = 0; // new value of playinglist.addrIndex
+    bool play = false; // whether it is to be played
+};
+
+// The entry after index out of count entries; randomNumber (not negative) is used by
+// PlayModeRandom only. Any other mode behaves like PlayModeSingle. Nothing follows in an empty list.
+NextEntry nextEntry(int mode, int index, int count, int randomNumber);
+
+// Row r of the list shows entry count-1-r and the other way round: the newest entry is on top.
+int entryOfRow(int row, int count);
+int rowOfEntry(int entry, int count);

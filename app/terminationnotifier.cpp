@@ -1,0 +1,3 @@
+#include "terminationnotifier.h"
+
+#include "moc_terminationnotifier.cpp"

@@ -1,0 +1,30 @@
+// SIGTERM, SIGINT and SIGHUP as a signal of the event loop.
+#pragma once
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <QTimer>
+
+// While one exists, the three signals write a byte into a pipe (nothing else is safe in a handler)
+// and the event loop emits requested(), then leaves every nested event loop (open dialogs and
+// menus) and the main one.
+class TerminationNotifier : public QObject {
+    Q_OBJECT
+
+public:
+    explicit TerminationNotifier(QObject *parent = nullptr);
+    ~TerminationNotifier() override;
+
+    // True once a signal was taken, also before the main event loop runs.
+    bool isPending() const { return pending; }
+
+signals:
+    void requested();
+
+private:
+    void takeSignal();
+
+    QSocketNotifier *notifier = nullptr;
+    QTimer leaveLoops;
+    bool pending = false;
+};

@@ -1,0 +1,3 @@
+#include "delayset.h"
+
+#include "moc_delayset.cpp"

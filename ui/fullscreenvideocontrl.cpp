@@ -1,0 +1,3 @@
+#include "fullscreenvideocontrl.h"
+
+#include "moc_fullscreenvideocontrl.cpp"

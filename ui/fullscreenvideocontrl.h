@@ -1,0 +1,142 @@
+// The floating control bar of the full-screen mode. It turns user actions into signals for the main
+// window; only seeking by dragging is written straight to the engine.
+#pragma once
+
+#include <QDialog>
+
+class QHBoxLayout;
+class QLabel;
+class QPushButton;
+class QSlider;
+class QTimer;
+class QVBoxLayout;
+class speedWind;
+
+extern bool showFlag; // declared for other modules, unused
+
+class FullScreenVideoControl : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit FullScreenVideoControl(QWidget *parent = nullptr);
+    ~FullScreenVideoControl() override;
+
+    QPushButton *playBtn = nullptr;
+    QPushButton *voiceBtn = nullptr;
+    QLabel *titleLabel = nullptr;
+    QLabel *totalTimeLabel = nullptr;
+    QLabel *currentTimeLabel = nullptr;
+    QPushButton *fullScreenBtn = nullptr;
+    QTimer *processTimer = nullptr; // runs, drives nothing: intended
+    QTimer *mouseClickedTimer = nullptr;
+    QSlider *processSlider = nullptr;
+    QSlider *voiceSlider = nullptr;
+    bool state = false; // true while the bar is shown
+    int currentSpeed = 0; // speed code copied in by the host
+    QTimer *mouseTimer = nullptr;
+    speedWind *sw = nullptr;
+    QLabel *blankLabel = nullptr;
+    QLabel *blankTopLabel = nullptr;
+    QLabel *btnBlankLabel = nullptr;
+    QLabel *percentLabel = nullptr; // never created
+    QLabel *timeLabel = nullptr;
+    QPushButton *stopBtn = nullptr;
+    QPushButton *forwardBtn = nullptr;
+    QPushButton *backwardBtn = nullptr;
+    QPushButton *speedBtn = nullptr;
+    QVBoxLayout *blankLayout = nullptr;
+    QHBoxLayout *btnLayout = nullptr;
+    QHBoxLayout *hVoiceLayout = nullptr;
+    QHBoxLayout *sliderLayout = nullptr; // never created
+    QHBoxLayout *sliderLabelLayout = nullptr;
+    QVBoxLayout *processLayout = nullptr; // never created
+    QVBoxLayout *mainLayout = nullptr;
+    QVBoxLayout *voiceLayout = nullptr;
+    QVBoxLayout *processSliderLayout = nullptr;
+    QWidget *centerWidget = nullptr; // created, never placed
+    int currentPosition = 0; // never assigned: intended
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+    // Hides the bar and clears its state. The speed pop-up is left as it is.
+    void hideBar();
+
+signals:
+    void mouseHide();
+    void floatPlay(); // never emitted
+    void processSliderSignal(int position);
+    void voiceSliderSignal(int volume); // never emitted
+    void fullScreenSignal();
+    void stopSignal();
+    void replaySignal(); // never emitted
+    void playBtnClickedSignal();
+    void forwardSignal();
+    void backwardSignal();
+    void volumSignal(int volume);
+    void exitFullScreenSignal(); // never emitted
+    void speedSetSignal(int percent);
+    void openFileBtnSignal();
+    void voiceDelayPlusSignal();
+    void voiceDelayReduceSignal();
+    void cancelAudioDelaySignal(); // never emitted
+    void setAudioDelaySignal();
+    void openSubTitleFileSignal();
+    void subTitleDelayIncreaseSignal();
+    void subTitleDelayReduceSignal();
+    void cancelSubDelaySignal();
+    void delSubTitleSignal();
+    void setSubDelaySignal();
+    void subScalePlusSignal();
+    void subScaleReduceSignal();
+    void subPosUpSignal();
+    void subPosDownSignal();
+
+public slots:
+    void playBtnClicked();
+    void forwardBtnClicked();
+    void backwardBtnClicked();
+    void voiceBtnClicked();
+    void processSliderMoved(int position);
+    void stopBtnClicked();
+    void fullScreenBtnClicked();
+    void processSliderPressed(int position);
+    void voiceSliderMoved(int volume);
+    void dataReceive();
+    void speedBtnClicked();
+    void recvChangeSpeed(int percent);
+    void openFileBtnTriggered();
+    void voiceDelayPlus();
+    void voiceDelayReduce();
+    void cancelAudioDelay();
+    void setAudioDelay();
+    void openSubTitleFile();
+    void subTitleDelayIncrease();
+    void subTitleDelayReduce();
+    void cancelSubDelay();
+    void delSubTitle();
+    void setSubDelay();
+    void subScalePlus();
+    void subScaleReduce();
+    void subPosUp();
+    void subPosDown();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
+private:
+    void setUpWindow();
+    void setUpButtons();
+    void setUpLabels();
+    void setUpSliders();
+    void setUpLayouts();
+    void setUpTimers();
+    void connectAll();
+    void hideWithSpeedWindow();
+};

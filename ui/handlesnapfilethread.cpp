@@ -1,0 +1,3 @@
+#include "handlesnapfilethread.h"
+
+#include "moc_handlesnapfilethread.cpp"

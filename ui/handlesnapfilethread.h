@@ -1,0 +1,37 @@
+// The worker that gives the engine's screenshots their dated names.
+#pragma once
+
+#include <QDir>
+#include <QFileInfo>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QThread>
+
+// All regular and hidden files below dir, sub-folders included; no symbolic links are listed or
+// followed, and hidden folders are not entered.
+QFileInfoList GetFileList(QDir dir);
+
+// The names of the files, in list order.
+QStringList getFileNames(const QList<QFileInfo> &files);
+
+// Age of a file in seconds at the given moment, as an unsigned number: a birth time in the future
+// wraps to a huge age. Where the file system knows no birth time the modification time is used.
+quint32 fileAge(const QFileInfo &file, const QDateTime &now);
+
+class handleSnapFileThread : public QThread {
+    Q_OBJECT
+
+public:
+    explicit handleSnapFileThread(QObject *parent = nullptr);
+
+    void run() override;
+
+    // Both are shared with the GUI thread without a lock, on purpose: a lost update only shifts the
+    // counter by one.
+    bool runFlag = false; // the loop runs while true
+    int snapCount = 0; // screenshots requested and not yet filed
+
+signals:
+    void saveSnapShotSignal(QString path);
+};

@@ -1,0 +1,3 @@
+#include "listwidget.h"
+
+#include "moc_listwidget.cpp"

@@ -1,0 +1,39 @@
+// The playlist beside the video. It is a view of addrlist and holds no data of its own.
+#pragma once
+
+#include <QListWidget>
+
+struct HistoryAddrList;
+
+class ListWidget : public QListWidget {
+    Q_OBJECT
+
+public:
+    explicit ListWidget(QWidget *parent = nullptr);
+    ~ListWidget() override;
+
+    // A new item that shows entry; icon is a resource path.
+    static QListWidgetItem *makeItem(const HistoryAddrList &entry, const QString &icon);
+
+    QListWidgetItem *listItem = nullptr; // last clicked or pressed; an unattached placeholder at first
+    int currentIndex = 0; // row of the item last clicked or pressed
+
+signals:
+    void sig_play(QListWidgetItem *item);
+    void sig_play1(int row); // never emitted
+    void removeAndStopSignal();
+
+public slots:
+    void getListName(QListWidgetItem *item);
+    void playSelectedList();
+    void deleteSelected();
+    void emptyList();
+
+protected:
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
+private:
+    void resetListItem();
+
+    QListWidgetItem *placeholder = nullptr; // owned; what listItem points to when no item was clicked
+};

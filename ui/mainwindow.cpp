@@ -1,0 +1,3 @@
+#include "mainwindow.h"
+
+#include "moc_mainwindow.cpp"

@@ -1,0 +1,204 @@
+// The player's one top-level window: title bar, video area, playlist, progress and button row.
+// The implementation is split by subject: mainwindow.cpp (construction, closing), _layout, _engine,
+// _adjust, _playlist, _modes and _menu.
+#pragma once
+
+#include <QMainWindow>
+#include <QString>
+
+class ListWidget;
+class FullScreenVideoControl;
+class QHBoxLayout;
+class QLabel;
+class QListWidgetItem;
+class QMediaPlayer;
+class QTimer;
+class QToolButton;
+class QVBoxLayout;
+class TitleBar;
+class delaySet;
+class handleSnapFileThread;
+class speedWind;
+
+namespace Ui {
+class MainWindow;
+}
+
+// Starts mpv on an entry of addrlist. Neither polling nor titles are set up for it: intended.
+void mpvPlay(int index);
+
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+    // Shows a notice over the video for ms milliseconds.
+    void showStateLabel(QString text, int ms);
+    // Starts playback of an entry of addrlist; a running engine is ended first. An index outside the
+    // array does nothing.
+    void softAndVdpauPlay(int index);
+    // Probes file and fills videoInfo. True when the media is accepted.
+    bool checkVideoFileInput(QString file);
+    // Opens one file or stream: probes it, adds it to the list if it is new, and plays it.
+    void openAndDragFile(QString path);
+    // Chooses and starts what follows after the end of a file.
+    void checkPlayMode();
+    // Leaves full screen.
+    void showNormalWin();
+
+public slots:
+    // Buttons of the form, bound by name.
+    void on_playBtn_clicked();
+    void on_stopBtn_clicked();
+    void on_backwardBtn_clicked();
+    void on_forwardBtn_clicked();
+    void on_openFileBtn_clicked();
+    void on_volumBtn_clicked();
+    void on_fullScreenBtn_clicked();
+    void on_hideListBtn_clicked();
+    void on_speedSetBtn_clicked();
+    void on_snapShotBtn_clicked();
+    void on_resizeBtn_pressed();
+    void on_unPlayedBtn_clicked(); // there is no such widget: intended
+
+    // Engine.
+    void dataReceive();
+    void processSliderPressed();
+    void processSliderPressed(int position);
+    void recvRemoveAndStopSignal();
+    void recvStopSignal();
+    void recvPlayBtnClicked();
+
+    // Adjustments.
+    void volumSliderMoved();
+    void recvVolumSignal(int volume);
+    void recvChangeSpeed(int percent);
+    void voiceDelayPlus();
+    void voiceDelayReduce();
+    void cancelAudioDelay();
+    void recvAudioDelaySignal(double seconds);
+    void setAudioDelay();
+    void subTitleDelayIncrease();
+    void subTitleDelayReduce();
+    void cancelSubDelay();
+    void recvSubDelaySignal(double seconds);
+    void setSubDelay();
+    void openSubTitleFile();
+    void delSubTitle();
+    void subScalePlus();
+    void subScaleReduce();
+    void subPosUp();
+    void subPosDown();
+    void recvSetDecodeSignal();
+
+    // Playlist.
+    void playSelectedItem(QListWidgetItem *item);
+    void playSelected(int row);
+
+    // Modes.
+    void recvFullScreenSignal();
+    void recvMouseHide();
+    void recvWindowAlwaysOnTopSignal(bool onTop);
+
+    // Screenshots and information.
+    void fileMoveMSg(QString path);
+    void showVideoInfoFuc();
+
+public:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+
+    QMediaPlayer *mplayer = nullptr; // created, never used for playback
+    Ui::MainWindow *ui = nullptr;
+    bool windowActiveFlag = false; // true while this is the active window
+    int curDecodeFlag = 0; // decode mode in effect for the current engine
+    QTimer *processTimer = nullptr; // position polling, 500 ms
+    QTimer *mouseClickTimer = nullptr; // tells a single click on the video from a double click
+    QTimer *stateLabelTimer = nullptr; // hides the state label
+    QTimer *volumSliderTimer = nullptr; // debounces the volume slider, 100 ms
+    TitleBar *m_titleBar = nullptr;
+    int screenWidth = 0; // pixels
+    int screenHeight = 0; // pixels
+    int normalWidth = 0; // the window's size at construction
+    int normalHeight = 0;
+    int currentPosition = 0; // last reported position in seconds
+    bool listHideFlag = false; // true while the playlist is hidden
+    QVBoxLayout *mainLayout = nullptr; // unused
+    QHBoxLayout *btnLayout = nullptr; // unused
+    QHBoxLayout *processLabelLayout = nullptr; // unused
+    speedWind *sw = nullptr;
+    FullScreenVideoControl *fsvc = nullptr;
+    int currentSpeed = 2; // speed code 0..5, 2 is normal
+    int lastVol = 0; // written, never read: intended
+    int widgetNormalWidth = 0; // the play area's size before full screen
+    int widgetNormalHeight = 0;
+    int windWidth = 0; // unused
+    int winHeight = 0; // unused
+    delaySet *ads = nullptr;
+    QLabel *subTitleLabel = nullptr; // unused
+    QString subTitleFileName; // unused
+    double subTitleScale = 3.0; // mirrors the engine's subtitle scale
+    int subTitlePos = 0; // unused
+    ListWidget *listWidget = nullptr;
+    handleSnapFileThread *snapThread = nullptr;
+
+private:
+    // Construction, in this order.
+    void setUpWindow();
+    void setUpTitleBar();
+    void setUpCompanions();
+    void setUpButtons();
+    void setUpSliders();
+    void setUpPlayArea();
+    void setUpTimers();
+    void setUpLabels();
+    void setUpList();
+    void setUpScreenshots();
+    void connectAll();
+    void connectFullScreenBar();
+    void setUpInput();
+    void openCommandLineFiles();
+    void addToList();
+
+    // Layout.
+    void layOutPlayArea();
+    void layOutButtonRow(int sliderY);
+    void putListInPlace();
+    bool insidePlayArea(const QPoint &point) const;
+
+    // Engine.
+    void pollEngine();
+    void showPlayButton(bool playing);
+    void startPlaying();
+    void togglePause();
+    void resumeAtLastPosition();
+    void stopPlayback();
+    void showLength(int seconds);
+    void showPosition(int seconds);
+    bool loadedEntryDiffersFrom(int index) const;
+
+    // Adjustments.
+    void setVolumeIcon(const QString &icon, bool onBar);
+    void startSnapThread();
+
+    // Modes.
+    void hideBar();
+    void setNormalWidgetsVisible(bool visible);
+    void showBar();
+
+    bool stopping = false; // true inside a stop, whose close() can deliver output and so call back
+    bool positionAnswered = false; // the engine of this start has answered a position
+};

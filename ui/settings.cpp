@@ -1,0 +1,3 @@
+#include "settings.h"
+
+#include "moc_settings.cpp"

@@ -1,0 +1,3 @@
+#include "showvideoinfo.h"
+
+#include "moc_showvideoinfo.cpp"

@@ -1,0 +1,3 @@
+#include "speedwind.h"
+
+#include "moc_speedwind.cpp"

@@ -1,0 +1,54 @@
+// The pop-up column of six playback speeds.
+#pragma once
+
+#include <QDialog>
+#include <QPoint>
+
+class QPushButton;
+class QVBoxLayout;
+
+class speedWind : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit speedWind(QWidget *parent = nullptr);
+    ~speedWind() override;
+
+    // Shows the pop-up above the cursor with the focus on the button of speedCode, or hides it when
+    // it is shown.
+    void toggleAtCursor(int speedCode);
+    // Hides the pop-up and clears its state.
+    void dismiss();
+
+    int state = 0; // 1 while shown by its owner
+    int speed = 0; // last chosen speed in percent
+    QPushButton *speed050 = nullptr;
+    QPushButton *speed075 = nullptr;
+    QPushButton *speed100 = nullptr;
+    QPushButton *speed125 = nullptr;
+    QPushButton *speed150 = nullptr;
+    QPushButton *speed200 = nullptr;
+    QVBoxLayout *vlayout = nullptr;
+    QWidget *centerWidget = nullptr; // unused
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+signals:
+    void changeSpeed(int percent);
+
+public slots:
+    void speed050BtnClicked();
+    void speed075BtnClicked();
+    void speed100BtnClicked();
+    void speed125BtnClicked();
+    void speed150BtnClicked();
+    void speed200BtnClicked();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    QPushButton *addButton(const QString &text, const QString &toolTip, const char *slot);
+    void choose(int percent);
+};

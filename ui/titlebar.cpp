@@ -1,0 +1,3 @@
+#include "titlebar.h"
+
+#include "moc_titlebar.cpp"

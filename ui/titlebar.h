@@ -1,0 +1,63 @@
+// The title bar of the frameless main window. It owns the settings dialog and relays its changes.
+#pragma once
+
+#include <QPoint>
+#include <QWidget>
+
+class QLabel;
+class QPushButton;
+class Settings;
+
+class TitleBar : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit TitleBar(QWidget *parent = nullptr);
+    ~TitleBar() override;
+
+    // Sets the shown title: centred, white.
+    void setWindowTitle(const QString &title);
+    // Loads the picture at path into the icon label.
+    void SetTitleBarIcon(const QString &path);
+
+    QLabel *m_iconLabel = nullptr;
+    QLabel *m_titleLabel = nullptr;
+    QPushButton *m_memuButton = nullptr;
+    QPushButton *m_minimizeButton = nullptr;
+    QPushButton *m_maximizeButton = nullptr;
+    QPushButton *m_closeButton = nullptr;
+    QPushButton *m_thumbtackBtn = nullptr;
+    QPoint m_start;
+    QPoint m_end; // unused
+    int screenWidth = 0; // pixels
+    int screenHeight = 0; // pixels
+    bool m_leftButtonPressed = false;
+    Settings *setDialog = nullptr;
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+signals:
+    void decodeSetSignal();
+    void lastTimeFlagSignal(); // never emitted
+    void setWindowAlwaysOnTopSignal(bool onTop);
+
+public slots:
+    void onClicked();
+    void setWindowAlwaysOnTop();
+    void settingsFunc();
+    void sendSetDecodeFlagSignal();
+    void recvSetLastTimeFlagSignal();
+    void recvSetEmptyListExitFlagSigbal();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
+private:
+    void updateMaximize();
+    QPushButton *addButton(const QString &objectName, const QSize &size, const QString &icon,
+                           const QString &toolTip);
+};

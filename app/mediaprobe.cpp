@@ -1,1 +1,216 @@
 #include "mediaprobe.h"
+
+#include "common.h"
+
+#include <QByteArray>
+#include <QDebug>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringList>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace {
+
+constexpr size_t kProbeTextLimit = kProbeBufferSize - 1;
+
+// The cast alone is undefined for what doesn't fit, and the number comes from a file.
+int integerPart(double value)
+{
+    if (std::isnan(value))
+        return 0;
+    constexpr double lowest = std::numeric_limits<int>::min();
+    constexpr double highest = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(value, lowest, highest));
+}
+
+// Intended: the minutes keep counting beyond 59 when hours are shown.
+QString durationText(double duration)
+{
+    int minutes = 0;
+    int hours = 0;
+    if (duration > 59.0) {
+        minutes = integerPart(duration / 60.0);
+        if (minutes > 59)
+            hours = minutes / 60;
+    }
+    const int seconds = integerPart(duration - minutes * 60.0);
+    const QChar zero = QLatin1Char('0');
+    return QStringLiteral("%1:%2:%3")
+        .arg(hours, 2, 10, zero)
+        .arg(minutes, 2, 10, zero)
+        .arg(seconds, 2, 10, zero);
+}
+
+int codecCode(const QString &name)
+{
+    if (name == QLatin1String("h264"))
+        return 0;
+    if (name == QLatin1String("h265") || name == QLatin1String("hevc"))
+        return 1;
+    return 2;
+}
+
+void readDuration(const QJsonObject &stream)
+{
+    if (stream.contains("duration")) {
+        videoInfo.duration = stream.value("duration").toString().toDouble();
+        videoInfo.showDuration = durationText(videoInfo.duration);
+    } else if (stream.contains("tags")) {
+        const QJsonObject tags = stream.value("tags").toObject();
+        if (tags.contains("DURATION"))
+            videoInfo.showDuration = tags.value("DURATION").toString().left(8);
+    }
+}
+
+void readFrameRate(const QString &fraction)
+{
+    const QStringList parts = fraction.split(QLatin1Char('/'));
+    if (parts.size() < 2)
+        return;
+    const float divisor = parts.at(1).toFloat();
+    if (divisor > 0) {
+        const float rate = parts.at(0).toFloat() / divisor;
+        videoInfo.frame = rate > 100 ? 0 : rate;
+    }
+}
+
+void readVideoStream(const QJsonObject &stream)
+{
+    if (stream.contains("codec_name"))
+        videoInfo.type = codecCode(stream.value("codec_name").toString());
+    if (stream.contains("width"))
+        videoInfo.width = stream.value("width").toInt();
+    if (stream.contains("height"))
+        videoInfo.height = stream.value("height").toInt();
+    readDuration(stream);
+    videoInfo.vcodecType = stream.value("codec_long_name").toString();
+    videoInfo.bitRate = stream.value("bit_rate").toString().toInt();
+    if (stream.contains("r_frame_rate"))
+        readFrameRate(stream.value("r_frame_rate").toString());
+}
+
+void readAudioStream(const QJsonObject &stream)
+{
+    if (stream.contains("codec_long_name"))
+        videoInfo.acodecType = stream.value("codec_long_name").toString();
+    if (stream.contains("bit_rate"))
+        videoInfo.acodecRate = static_cast<float>(stream.value("bit_rate").toString().toInt());
+    if (stream.contains("sample_rate"))
+        videoInfo.asampleRate = stream.value("sample_rate").toString().toInt();
+    if (stream.contains("channels"))
+        videoInfo.channels = stream.value("channels").toInt();
+}
+
+} // namespace
+
+QString probeCommand(const QString &file)
+{
+    if (file.contains(QChar(QChar::Null)))
+        return QString();
+    QString command = QStringLiteral("ffprobe -of json -show_streams \"");
+    for (const QChar character : file) {
+        if (QStringLiteral("\"\\$`").contains(character))
+            command += QLatin1Char('\\');
+        command += character;
+    }
+    return command + QLatin1Char('"');
+}
+
+QByteArray readCommandOutput(const QByteArray &command)
+{
+    FILE *pipe = popen(command.constData(), "r");
+    if (!pipe)
+        return QByteArray();
+    QByteArray output(static_cast<int>(kProbeTextLimit), '\0');
+    const size_t length = fread(output.data(), 1, kProbeTextLimit, pipe);
+    pclose(pipe); // how the command ended tells nothing that its output doesn't
+    output.truncate(static_cast<int>(length));
+    return output;
+}
+
+void AnalyseToken(char *in, char *out)
+{
+    std::vector<char> scratch(kProbeBufferSize, '\0');
+    std::copy_n(in, strnlen(in, kProbeTextLimit), scratch.begin());
+
+    size_t used = strnlen(out, kProbeTextLimit);
+    // A last line without its line feed gets one, which may no longer fit.
+    const auto append = [out, &used](const char *text, size_t length) {
+        length = std::min(length, kProbeTextLimit - used);
+        memcpy(out + used, text, length);
+        used += length;
+    };
+
+    for (char *line = scratch.data(); line;) {
+        char *lineFeed = strchr(line, '\n');
+        if (lineFeed)
+            *lineFeed = '\0';
+        if (checkJsonPara(line) == 1) {
+            append(line, strlen(line));
+            append("\n", 1);
+        }
+        line = lineFeed ? lineFeed + 1 : nullptr;
+    }
+    out[used] = '\0';
+}
+
+int checkJsonPara(char *line)
+{
+    const char first = line[strspn(line, " ")];
+    return first != '\0' && strchr("\"[]{}", first) ? 1 : 0;
+}
+
+int readConfigFromBuffer(char *text)
+{
+    qDebug() << "start to json";
+    const QJsonDocument document = QJsonDocument::fromJson(QByteArray(text));
+    if (document.isNull())
+        return -1;
+    qDebug() << "文件解析成功\n";
+    if (!document.isObject()) {
+        qDebug() << "Json file read err";
+        return -1;
+    }
+    const QJsonValue member = document.object().value("streams");
+    if (!member.isArray())
+        return -1;
+
+    const QJsonArray streams = member.toArray();
+    qDebug() << "array size is " << streams.size();
+    for (const QJsonValue &element : streams) {
+        const QJsonObject stream =
+            element.toObject(); // empty, so without a kind, for anything else
+        const QString kind = stream.value("codec_type").toString();
+        // Intended: a later stream of a kind replaces what an earlier one has set.
+        if (kind == QLatin1String("video"))
+            readVideoStream(stream);
+        else if (kind == QLatin1String("audio"))
+            readAudioStream(stream);
+    }
+    return 0;
+}
+
+bool probeMedia(const QString &file)
+{
+    const QByteArray command = probeCommand(file).toLocal8Bit();
+    QByteArray output;
+    if (!command.isEmpty()) {
+        qDebug() << command.constData();
+        output = readCommandOutput(command);
+    }
+
+    std::vector<char> raw(kProbeBufferSize, '\0');
+    std::vector<char> filtered(kProbeBufferSize, '\0');
+    std::copy(output.begin(), output.end(), raw.begin());
+
+    videoInfo = {};
+    AnalyseToken(raw.data(), filtered.data());
+    return readConfigFromBuffer(filtered.data()) == 0;
+}

@@ -1,1 +1,149 @@
 #include "enginecommands.h"
+
+#include "common.h"
+
+#include <QFile>
+
+#include <climits>
+
+namespace enginecommands {
+
+namespace {
+
+constexpr int kLongestCommand = 4000; // bytes; the engine's command buffer holds 4,096
+
+// "%f" of printf with a dot under every locale.
+QByteArray sixDecimals(double number) { return QByteArray::number(number, 'f', 6); }
+
+QString windowId(quint64 widID) { return QString::number(static_cast<quint32>(widID)); }
+
+// The engine splits its filter options at commas and takes everything else as it is.
+QString screenshotFilter(QString screenShotPath)
+{
+    return "screenshot=" + screenShotPath.replace(',', "\\,") + "shot";
+}
+
+// Seconds as a whole number. What no int can hold (infinite, not a number, huge) is clamped.
+int wholeSeconds(const QByteArray &number)
+{
+    const float seconds = QString::fromUtf8(number).toFloat();
+    if (seconds >= -static_cast<float>(INT_MIN))
+        return INT_MAX;
+    if (seconds > static_cast<float>(INT_MIN))
+        return static_cast<int>(seconds);
+    return 0;
+}
+
+} // namespace
+
+QByteArray seekTo(int seconds) { return seekToUnterminated(seconds) + '\n'; }
+
+QByteArray seekToUnterminated(int seconds) { return "seek " + QByteArray::number(seconds) + " 2"; }
+
+QByteArray setVolume(int percent) { return "volume " + QByteArray::number(percent) + " 2\n"; }
+
+QByteArray setSpeed(float factor)
+{
+    return "speed_set " + QByteArray::number(static_cast<double>(factor)) + '\n';
+}
+
+QByteArray changeAudioDelay(double seconds) { return "audio_delay " + sixDecimals(seconds) + '\n'; }
+
+QByteArray changeSubDelay(double seconds) { return "sub_delay " + sixDecimals(seconds) + '\n'; }
+
+QByteArray loadSubtitle(const QString &fileName)
+{
+    QByteArray name = QFile::encodeName(fileName);
+    if (name.contains('\n') || name.contains('\r'))
+        return QByteArray();
+    name.replace('\\', "\\\\").replace(' ', "\\ ");
+    const QByteArray command = "sub_load " + name + '\n';
+    return command.size() > kLongestCommand ? QByteArray() : command;
+}
+
+QStringList engineArguments(const HistoryAddrList &entry, int decodeFlag,
+                            const QString &screenShotPath, quint64 widID)
+{
+    QStringList arguments;
+    if (entry.type == 2)
+        arguments << "-rtsp-stream-over-tcp"
+                  << "-framedrop"
+                  << "-fps" << QString::number(entry.frame + 5.0);
+    arguments << entry.addr << "-slave"
+              << "-quiet"
+              << "-subcp"
+              << "cp936"
+              << "-mc"
+              << "10"
+              << "-zoom";
+    if (decodeFlag == 2)
+        arguments << "-vc"
+                  << "ffh264vdpau,ffhevcvdpau";
+    else if (decodeFlag == 1)
+        arguments << "-lavdopts"
+                  << "threads=8";
+    arguments << "-vf-add" << screenshotFilter(screenShotPath) << "-wid" << windowId(widID);
+    return arguments;
+}
+
+QStringList mpvArguments(const HistoryAddrList &entry, int decodeFlag, quint64 widID)
+{
+    QStringList arguments;
+    arguments << entry.addr << "--title" << entry.label;
+    if (decodeFlag == 2)
+        arguments << "-hwdec=auto"
+                  << "-vo=gpu";
+    else
+        arguments << "-hwdec=no";
+    arguments << "--no-quiet"
+              << "--no-config"
+              << "--terminal"
+              << "--no-msg-color"
+              << "--input-file=/dev/stdin"
+              << "--no-fs"
+              << "--sub-auto=fuzzy"
+              << "--ao=pulse"
+              << "--no-input-default-bindings"
+              << "--input-x11-keyboard=no"
+              << "--no-input-cursor"
+              << "--cursor-autohide=no"
+              << "-wid" << windowId(widID);
+    return arguments;
+}
+
+Answer parseAnswer(const QByteArray &line)
+{
+    static const QByteArray lengthWord = "ANS_LENGTH";
+    static const QByteArray positionWord = "ANS_TIME_POSITION";
+    // One separator follows the word, whichever it is.
+    if (line.startsWith(lengthWord))
+        return {Answer::Length, wholeSeconds(line.mid(lengthWord.size() + 1))};
+    if (line.startsWith(positionWord))
+        return {Answer::Position, wholeSeconds(line.mid(positionWord.size() + 1))};
+    return {};
+}
+
+ClockTime splitSeconds(int seconds)
+{
+    if (seconds < 60)
+        return {0, 0, seconds};
+    if (seconds < 3600)
+        return {0, seconds / 60, seconds % 60};
+    if (seconds > 3600)
+        return {seconds / 3600, seconds / 60 % 60, seconds % 60};
+    return {}; // exactly 3600: intended
+}
+
+QString lengthText(int seconds) { return positionText(seconds); }
+
+QString positionText(int seconds)
+{
+    const ClockTime time = splitSeconds(seconds);
+    const QChar zero('0');
+    return QString("%1:%2:%3")
+        .arg(time.hours, 2, 10, zero)
+        .arg(time.minutes, 2, 10, zero)
+        .arg(time.seconds, 2, 10, zero);
+}
+
+} // namespace enginecommands

@@ -1,1 +1,24 @@
 #include "playorder.h"
+
+NextEntry nextEntry(int mode, int index, int count, int randomNumber)
+{
+    if (count <= 0)
+        return {index, false};
+    switch (mode) {
+    case PlayModeSequential:
+        // Below the oldest entry the index rests at -1.
+        return index > 0 ? NextEntry{index - 1, true} : NextEntry{-1, false};
+    case PlayModeRepeatOne:
+        return {index, true};
+    case PlayModeRepeatList:
+        return {index > 0 ? index - 1 : count - 1, true};
+    case PlayModeRandom:
+        return {randomNumber % count, true};
+    default:
+        return {index, false};
+    }
+}
+
+int entryOfRow(int row, int count) { return count - 1 - row; }
+
+int rowOfEntry(int entry, int count) { return count - 1 - entry; }

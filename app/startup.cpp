@@ -1,1 +1,53 @@
 #include "startup.h"
+
+#include "common.h"
+
+#include <QDebug>
+#include <QStringList>
+#include <QUrl>
+
+void storeCommandLineLocations(int argc, char *argv[])
+{
+    for (QString &location : rBtnOpenFile)
+        location.clear();
+    if (argc > kCommandLineSlots)
+        argc = kCommandLineSlots;
+    for (int i = 1; i < argc; ++i) {
+        // Never released: intended, bounded by the number of slots.
+        const QUrl *url = new QUrl(QString::fromLocal8Bit(argv[i]), QUrl::TolerantMode);
+        rBtnOpenFile[i - 1] = url->toString();
+    }
+}
+
+bool checkVdpauSurport(QString dpkgOutput)
+{
+    int count = 0;
+    // Split at blanks only, so a name that begins a line counts only after a blank: intended.
+    for (const QString &part : dpkgOutput.split(' ', Qt::SkipEmptyParts)) {
+        if (part.startsWith(QLatin1String("vdpau-driver-all")))
+            ++count;
+        if (part.startsWith(QLatin1String("libvdpau1")))
+            ++count;
+    }
+    qDebug() << "checked count=" << count;
+    return count >= 1;
+}
+
+bool passFirstStart()
+{
+    if (firstStartFlag == 0)
+        return true;
+    setDefaultConfig("0", SettingFirstStart);
+    if (decodeFlag != 2)
+        return true;
+    const char *command = "dpkg -l|grep vdpau ";
+    qDebug() << command;
+    // Up to the first NUL, as the text of a C string.
+    return checkVdpauSurport(QString::fromLocal8Bit(readCommandOutput(command).constData()));
+}
+
+void fallBackToSoftwareDecoding()
+{
+    decodeFlag = 1;
+    setDefaultConfig("1", SettingDecodeFlag);
+}

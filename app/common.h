@@ -51,12 +51,14 @@ struct PlayingList {
     int curPage = 0; // unused
     QProcess *process_mplayer = nullptr; // the one engine process, reused for every start
     int newPlayState = 0; // unused
-    int state = 0; // 1 while an engine was started for the current item, 0 after it was told to quit
+    int state =
+        0; // 1 while an engine was started for the current item, 0 after it was told to quit
     int lastPlayIndex = 0; // unused
 };
 
 extern QString startPath; // install root; written by main
-extern QString rBtnOpenFile[kCommandLineSlots]; // command-line locations, ended by the first empty one
+extern QString
+    rBtnOpenFile[kCommandLineSlots]; // command-line locations, ended by the first empty one
 extern HistoryAddrList addrlist[kHistoryCapacity]; // the entries, oldest first
 extern int addrNum; // number of used entries
 extern struct videoInfo videoInfo; // the last probed medium; written by the probe

@@ -31,7 +31,8 @@ inline constexpr char subScalePlus[] = "sub_scale 0.2\n";
 inline constexpr char subScaleMinus[] = "sub_scale -0.2\n";
 inline constexpr char subPosUp[] = "sub_pos -2\n";
 inline constexpr char subPosDown[] = "sub_pos 2\n";
-inline constexpr char screenshot[] = "screenshot 0"; // no line end, intended: the next command ends it
+inline constexpr char screenshot[] =
+    "screenshot 0"; // no line end, intended: the next command ends it
 
 // Pause commands of mpv.
 inline constexpr char mpvPause[] = "set pause yes\n";
@@ -65,7 +66,8 @@ QStringList mpvArguments(const HistoryAddrList &entry, int decodeFlag, quint64 w
 struct Answer {
     enum Kind { Other, Length, Position };
     Kind kind = Other;
-    int seconds = 0; // truncated, 0 for a malformed number, never below 0 or above INT_MAX when huge
+    int seconds =
+        0; // truncated, 0 for a malformed number, never below 0 or above INT_MAX when huge
 };
 // Reads one output line (without its line feed).
 Answer parseAnswer(const QByteArray &line);

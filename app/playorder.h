@@ -16,7 +16,8 @@ struct NextEntry {
 };
 
 // The entry after index out of count entries; randomNumber (not negative) is used by
-// PlayModeRandom only. Any other mode behaves like PlayModeSingle. Nothing follows in an empty list.
+// PlayModeRandom only. Any other mode behaves like PlayModeSingle. Nothing follows in an empty
+// list.
 NextEntry nextEntry(int mode, int index, int count, int randomNumber);
 
 // Row r of the list shows entry count-1-r and the other way round: the newest entry is on top.

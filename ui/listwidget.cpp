@@ -1,3 +1,113 @@
 #include "listwidget.h"
 
+#include "common.h"
+#include "dialogs.h"
+
+#include <QContextMenuEvent>
+#include <QDebug>
+#include <QMenu>
+
+ListWidget::ListWidget(QWidget *parent)
+    : QListWidget(parent)
+    , placeholder(new QListWidgetItem)
+{
+    listItem = placeholder;
+    setStyleSheet("background-color:gray");
+    setCurrentRow(0);
+    connect(this, SIGNAL(itemClicked(QListWidgetItem *)), this,
+            SLOT(getListName(QListWidgetItem *)));
+    connect(this, SIGNAL(itemPressed(QListWidgetItem *)), this,
+            SLOT(getListName(QListWidgetItem *)));
+}
+
+ListWidget::~ListWidget() { delete placeholder; }
+
+QListWidgetItem *ListWidget::makeItem(const HistoryAddrList &entry, const QString &icon)
+{
+    static const QFont font("Microsoft YaHei", 10, 10, false); // very light weight: intended
+    auto *item = new QListWidgetItem(QIcon(icon), entry.label);
+    item->setToolTip(entry.label);
+    item->setFont(font);
+    item->setForeground(QColor(255, 255, 255, 255));
+    return item;
+}
+
+void ListWidget::getListName(QListWidgetItem *item)
+{
+    listItem = item;
+    currentIndex = currentRow();
+    qDebug() << "current index is " << currentIndex;
+}
+
+// An unattached item is never selected, so the menu may ask it anything.
+void ListWidget::resetListItem() { listItem = placeholder; }
+
+void ListWidget::contextMenuEvent(QContextMenuEvent *)
+{
+    QMenu menu("ListItem", this);
+    menu.setStyleSheet("QMenu::item{width:40px;color:black;}");
+    QAction *play = menu.addAction("播放选中", this, SLOT(playSelectedList()));
+    QAction *remove = menu.addAction("删除选中", this, SLOT(deleteSelected()));
+    QAction *clear = menu.addAction("清空列表", this, SLOT(emptyList()));
+    qDebug() << "count:" << count();
+    // With rows in the list all three are usable, selected or not: intended.
+    if (count() == 0) {
+        play->setEnabled(false);
+        remove->setEnabled(false);
+        clear->setEnabled(false);
+    }
+    menu.exec(QCursor::pos());
+    qDebug() << "count2:" << count();
+}
+
+void ListWidget::playSelectedList()
+{
+    qDebug() << "Selected item name:" << listItem->text();
+    emit sig_play(listItem);
+}
+
+void ListWidget::deleteSelected()
+{
+    const int row = currentRow();
+    if (row < 0)
+        return;
+    QListWidgetItem *item = takeItem(row);
+    if (row + playinglist.addrIndex == addrNum - 1)
+        emit removeAndStopSignal();
+    else if (row > playinglist.addrIndex) // a row compared with an index: intended
+        playinglist.addrIndex--;
+    if (addrNum > 0) {
+        for (int k = qMax(0, addrNum - 1 - row); k < addrNum; k++)
+            addrlist[k] = k + 1 < kHistoryCapacity ? addrlist[k + 1] : HistoryAddrList();
+        addrlist[addrNum - 1].state = 0;
+        addrlist[addrNum - 1].addr = "";
+        addrNum--;
+    }
+    varyJsonConfig(defaultPlayPath, addrlist);
+    qDebug() << "delete item message 2";
+    if (item == listItem)
+        resetListItem();
+    delete item;
+}
+
+void ListWidget::emptyList()
+{
+    if (showNotice("是否清空当前列表?", QMessageBox::Yes | QMessageBox::No) != QMessageBox::Yes)
+        return;
+    if (playingState)
+        emit removeAndStopSignal();
+    clear();
+    resetListItem();
+    currentIndex = 0;
+    if (!emptyHistoryFile(defaultPlayPath)) {
+        qDebug() << "Json File open fail!" << 2022;
+        return;
+    }
+    for (int i = 0; i < addrNum; i++) {
+        addrlist[i].addr = "";
+        addrlist[i].last_play_time = 0;
+    }
+    addrNum = 0;
+}
+
 #include "moc_listwidget.cpp"

@@ -15,7 +15,8 @@ public:
     // A new item that shows entry; icon is a resource path.
     static QListWidgetItem *makeItem(const HistoryAddrList &entry, const QString &icon);
 
-    QListWidgetItem *listItem = nullptr; // last clicked or pressed; an unattached placeholder at first
+    QListWidgetItem *listItem =
+        nullptr; // last clicked or pressed; an unattached placeholder at first
     int currentIndex = 0; // row of the item last clicked or pressed
 
 signals:
@@ -35,5 +36,6 @@ protected:
 private:
     void resetListItem();
 
-    QListWidgetItem *placeholder = nullptr; // owned; what listItem points to when no item was clicked
+    QListWidgetItem *placeholder =
+        nullptr; // owned; what listItem points to when no item was clicked
 };

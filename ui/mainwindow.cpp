@@ -1,3 +1,358 @@
 #include "mainwindow.h"
 
+#include "common.h"
+#include "delayset.h"
+#include "dialogs.h"
+#include "engineprocess.h"
+#include "fullscreenvideocontrl.h"
+#include "handlesnapfilethread.h"
+#include "hint.h"
+#include "listwidget.h"
+#include "speedwind.h"
+#include "titlebar.h"
+#include "ui_mainwindow.h"
+
+#include <QCloseEvent>
+#include <QDebug>
+#include <QDir>
+#include <QGuiApplication>
+#include <QMediaPlayer>
+#include <QScreen>
+#include <QStandardPaths>
+#include <QTimer>
+
+namespace {
+const char volumSliderStyle[] =
+    " QSlider::add-page:Horizontal{ background-color: rgb(87, 97, 106); height:4px;}"
+    " QSlider::sub-page:Horizontal     {background-color:rgba(7,158,205, 255); height:4px;}"
+    "QSlider::groove:Horizontal {background:transparent;height:6px;}"
+    "QSlider::handle:Horizontal { border: 0px ;width: 5px;height:5px;margin: -7px -7px -7px -7px;"
+    "background-color:rgba(57,108,100, 255);}";
+
+// ":/images/" instead of ":/image/" is intended.
+const char processSliderStyle[] =
+    " QSlider::add-page:Horizontal{  background-color: rgb(87, 97, 106); height:4px;}"
+    " QSlider::sub-page:Horizontal     {background-color:rgba(7,158,205, 255); height:4px;}"
+    "QSlider::groove:Horizontal {background:transparent;height:6px;}"
+    "QSlider::handle:Horizontal{height: 30px;width:8px;"
+    "border-image: url(:/images/ic_music_thumb.png); margin: -8 0px;} ";
+
+void whiten(QLabel *label)
+{
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, Qt::white);
+    label->setPalette(palette);
+}
+} // namespace
+
+MainWindow::MainWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , mplayer(new QMediaPlayer(this))
+    , ui(new Ui::MainWindow)
+{
+    ui->setupUi(this);
+    setDialogOwner(this);
+    setUpWindow();
+    setUpTitleBar();
+    setUpCompanions();
+    setUpButtons();
+    setUpSliders();
+    setUpPlayArea();
+    setUpTimers();
+    setUpLabels();
+    setUpList();
+    setUpScreenshots();
+    connectAll();
+    normalWidth = width();
+    normalHeight = height();
+    addToList();
+    setUpInput();
+    playinglist.addrIndex = addrNum - 1;
+    openCommandLineFiles();
+}
+
+MainWindow::~MainWindow()
+{
+    setDialogOwner(nullptr);
+    // A running thread must not be destroyed.
+    snapThread->runFlag = false;
+    snapThread->wait();
+    QProcess *engine = playinglist.process_mplayer;
+    playinglist.process_mplayer = nullptr;
+    engine->disconnect(this);
+    if (engine->state() != QProcess::NotRunning)
+        engine->kill();
+    engine->close();
+    delete engine;
+    delete sw;
+    delete fsvc;
+    delete ui;
+}
+
+void MainWindow::setUpWindow()
+{
+    maxFlag = false;
+    setWindowFlags(Qt::FramelessWindowHint);
+    QPalette windowPalette = palette();
+    windowPalette.setBrush(backgroundRole(), QBrush(QColor(70, 70, 70, 255)));
+    setPalette(windowPalette);
+    setFocusPolicy(Qt::NoFocus);
+}
+
+void MainWindow::setUpTitleBar()
+{
+    m_titleBar = new TitleBar(this);
+    m_titleBar->setWindowTitle("Tarnivo播放器-影音版");
+    m_titleBar->SetTitleBarIcon(":/image/icon/logo1.png");
+    m_titleBar->setFixedWidth(width());
+    m_titleBar->setFixedHeight(30);
+    m_titleBar->setFocusPolicy(Qt::NoFocus);
+}
+
+// The windows that float beside this one, and the screen they are placed on.
+void MainWindow::setUpCompanions()
+{
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    screenWidth = screen.width();
+    screenHeight = screen.height();
+    qDebug() << "w=" << screenWidth << " h=" << screenHeight;
+
+    sw = new speedWind;
+    currentSpeed = 2;
+    fsvc = new FullScreenVideoControl;
+    fsvc->setMouseTracking(true);
+}
+
+void MainWindow::setUpButtons()
+{
+    const struct {
+        QToolButton *button;
+        const char *hint;
+        const char *icon;
+        QSize iconSize;
+    } buttons[] = {
+        {ui->playBtn, "播放", "play", {45, 45}},
+        {ui->backwardBtn, "快退", "backward", {36, 36}},
+        {ui->forwardBtn, "快进", "forward", {36, 36}},
+        {ui->stopBtn, "停止", "stop", {36, 36}},
+        {ui->openFileBtn, "打开文件", "floder", {25, 25}},
+        {ui->volumBtn, "音量", "vol1", {25, 25}},
+        {ui->fullScreenBtn, "全屏", "fullscreen1", {30, 25}},
+        {ui->hideListBtn, "隐藏列表", "list", {30, 25}},
+        {ui->snapShotBtn, "截图", "camera", {25, 25}},
+    };
+    for (const auto &row : buttons) {
+        row.button->setFocusPolicy(Qt::NoFocus);
+        setHint(row.button, row.hint);
+        row.button->setIcon(QIcon(QString(":/image/controlicon/%1.png").arg(row.icon)));
+        row.button->setIconSize(row.iconSize);
+        row.button->setStyleSheet("color:white;background-color:gray");
+    }
+    ui->playBtn->setAutoFillBackground(true);
+    ui->backwardBtn->setAutoFillBackground(true);
+
+    ui->speedSetBtn->setFocusPolicy(Qt::NoFocus);
+    setHint(ui->speedSetBtn, "倍速");
+    ui->speedSetBtn->setText("倍速");
+    ui->speedSetBtn->setStyleSheet("color:white;background-color:gray;");
+    if (decodeFlag == 2) {
+        ui->snapShotBtn->setEnabled(false);
+        setHint(ui->snapShotBtn, "硬解模式下不支持截图");
+    }
+}
+
+void MainWindow::setUpSliders()
+{
+    ui->volumSlider->setRange(0, 100);
+    ui->volumSlider->setStyleSheet(volumSliderStyle);
+    ui->volumSlider->setFocusPolicy(Qt::NoFocus);
+    ui->volumSlider->setAccessibleName("音量");
+    ui->processSlider->setAutoFillBackground(false);
+    ui->processSlider->setStyleSheet(processSliderStyle);
+    ui->processSlider->setFocusPolicy(Qt::NoFocus);
+    ui->processSlider->setAccessibleName("播放进度");
+}
+
+// The engine draws into the play area's own X11 window, so it needs a native id. All siblings
+// become native with it; their ids stay valid for the whole run.
+void MainWindow::setUpPlayArea()
+{
+    ui->playWidget->setStyleSheet("background-color:black");
+    playinglist.widID = ui->playWidget->winId();
+    qDebug() << "winid is " << playinglist.widID;
+    playinglist.process_mplayer = new EngineProcess;
+    curDecodeFlag = decodeFlag;
+    subTitleScale = 3.0;
+}
+
+void MainWindow::setUpTimers()
+{
+    processTimer = new QTimer(this);
+    mouseClickTimer = new QTimer(this);
+    stateLabelTimer = new QTimer(this);
+    volumSliderTimer = new QTimer(this);
+}
+
+void MainWindow::setUpLabels()
+{
+    for (QLabel *label : {ui->currentTimeLabel, ui->totalTimeLabel}) {
+        label->setFixedSize(80, 15);
+        whiten(label);
+    }
+    ui->resizeBtn->setFlat(true);
+    ui->resizeBtn->setFixedSize(10, 10);
+    ui->resizeBtn->setIcon(QIcon(":/image/controlicon/triangle.png"));
+    ui->resizeBtn->setFocusPolicy(Qt::NoFocus);
+    ui->resizeBtn->hide();
+
+    ui->stateLabel->setTextFormat(Qt::PlainText);
+    ui->stateLabel->hide();
+    ui->stateLabel->setStyleSheet("background-color: transparent;font-size:15px;color:white");
+}
+
+void MainWindow::setUpList()
+{
+    listWidget = new ListWidget(this);
+    listWidget->setFocusPolicy(Qt::NoFocus);
+    // The picture goes to the placeholder, which every resize hides: intended.
+    QPalette listPalette = ui->listWidget->palette();
+    listPalette.setBrush(ui->listWidget->backgroundRole(),
+                         QBrush(QPixmap(":/image/background.jpg")));
+    ui->listWidget->setPalette(listPalette);
+    ads = new delaySet(this);
+}
+
+// The screenshot folder and the worker that files what the engine writes there. Everything that a
+// nested event loop could reach exists before the box.
+void MainWindow::setUpScreenshots()
+{
+    snapThread = new handleSnapFileThread(this);
+    if (screenShotPath.isEmpty()) {
+        const QString pictures =
+            QStandardPaths::writableLocation(QStandardPaths::HomeLocation) + "/Pictures";
+        screenShotPath = pictures + "/TNPlayer_ScreenShot/";
+        QDir folder;
+        const bool there = QDir(screenShotPath).exists() ||
+            ((QDir(pictures).exists() || folder.mkdir(pictures)) && folder.mkdir(screenShotPath));
+        if (!there)
+            showNotice("make screenshot dir failed");
+    }
+    if (decodeFlag != 2)
+        startSnapThread();
+    ui->stateLabel->raise();
+}
+
+void MainWindow::setUpInput()
+{
+    ui->playWidget->setMouseTracking(true);
+    setMouseTracking(true);
+    ui->centralWidget->setMouseTracking(true);
+    ui->playWidget->setAcceptDrops(true);
+    setAcceptDrops(true);
+    installEventFilter(this);
+}
+
+// Buttons of the form are bound by object name and must not be connected here.
+void MainWindow::connectAll()
+{
+    connect(playinglist.process_mplayer, SIGNAL(readyReadStandardOutput()), this,
+            SLOT(dataReceive()));
+    connect(ui->processSlider, SIGNAL(sliderPressed()), this, SLOT(processSliderPressed()));
+    connect(ui->processSlider, SIGNAL(sliderReleased()), this, SLOT(processSliderPressed()));
+    connect(ui->volumSlider, SIGNAL(sliderPressed()), this, SLOT(volumSliderMoved()));
+    connect(ui->volumSlider, SIGNAL(sliderReleased()), this, SLOT(volumSliderMoved()));
+    connect(ui->volumSlider, &QSlider::valueChanged, this,
+            [this] { volumSliderTimer->start(100); });
+    connect(sw, SIGNAL(changeSpeed(int)), this, SLOT(recvChangeSpeed(int)));
+    connect(ads, SIGNAL(setAudioDelaySignal(double)), this, SLOT(recvAudioDelaySignal(double)));
+    connect(ads, SIGNAL(setSubDelaySignal(double)), this, SLOT(recvSubDelaySignal(double)));
+    connect(m_titleBar, SIGNAL(setWindowAlwaysOnTopSignal(bool)), this,
+            SLOT(recvWindowAlwaysOnTopSignal(bool)));
+    connect(m_titleBar, SIGNAL(decodeSetSignal()), this, SLOT(recvSetDecodeSignal()));
+    connect(listWidget, SIGNAL(itemDoubleClicked(QListWidgetItem *)), this,
+            SLOT(playSelectedItem(QListWidgetItem *)));
+    connect(listWidget, SIGNAL(sig_play(QListWidgetItem *)), this,
+            SLOT(playSelectedItem(QListWidgetItem *)));
+    connect(listWidget, SIGNAL(removeAndStopSignal()), this, SLOT(recvRemoveAndStopSignal()));
+    connect(snapThread, SIGNAL(saveSnapShotSignal(QString)), this, SLOT(fileMoveMSg(QString)));
+    connectFullScreenBar();
+
+    connect(processTimer, &QTimer::timeout, this, [this] { pollEngine(); });
+    connect(mouseClickTimer, &QTimer::timeout, this, [this] {
+        on_playBtn_clicked();
+        qDebug() << "mouseClickTimer timeout message";
+        mouseClickTimer->stop();
+    });
+    connect(stateLabelTimer, &QTimer::timeout, this, [this] {
+        stateLabelTimer->stop();
+        ui->stateLabel->hide();
+    });
+    connect(volumSliderTimer, &QTimer::timeout, this, [this] {
+        volumSliderTimer->stop();
+        volumSliderMoved();
+    });
+}
+
+// Forward and backward of the bar are connected to nothing: intended.
+void MainWindow::connectFullScreenBar()
+{
+    const struct {
+        const char *signal;
+        const char *slot;
+    } wires[] = {
+        {SIGNAL(mouseHide()), SLOT(recvMouseHide())},
+        {SIGNAL(processSliderSignal(int)), SLOT(processSliderPressed(int))},
+        {SIGNAL(fullScreenSignal()), SLOT(recvFullScreenSignal())},
+        {SIGNAL(stopSignal()), SLOT(recvStopSignal())},
+        {SIGNAL(playBtnClickedSignal()), SLOT(recvPlayBtnClicked())},
+        {SIGNAL(volumSignal(int)), SLOT(recvVolumSignal(int))},
+        {SIGNAL(speedSetSignal(int)), SLOT(recvChangeSpeed(int))},
+        {SIGNAL(openFileBtnSignal()), SLOT(on_openFileBtn_clicked())},
+        {SIGNAL(voiceDelayPlusSignal()), SLOT(voiceDelayPlus())},
+        {SIGNAL(voiceDelayReduceSignal()), SLOT(voiceDelayReduce())},
+        {SIGNAL(cancelAudioDelaySignal()), SLOT(cancelAudioDelay())},
+        {SIGNAL(setAudioDelaySignal()), SLOT(setAudioDelay())},
+        {SIGNAL(openSubTitleFileSignal()), SLOT(openSubTitleFile())},
+        {SIGNAL(subTitleDelayIncreaseSignal()), SLOT(subTitleDelayIncrease())},
+        {SIGNAL(subTitleDelayReduceSignal()), SLOT(subTitleDelayReduce())},
+        {SIGNAL(cancelSubDelaySignal()), SLOT(cancelSubDelay())},
+        {SIGNAL(delSubTitleSignal()), SLOT(delSubTitle())},
+        {SIGNAL(setSubDelaySignal()), SLOT(setSubDelay())},
+        {SIGNAL(subScalePlusSignal()), SLOT(subScalePlus())},
+        {SIGNAL(subScaleReduceSignal()), SLOT(subScaleReduce())},
+        {SIGNAL(subPosUpSignal()), SLOT(subPosUp())},
+        {SIGNAL(subPosDownSignal()), SLOT(subPosDown())},
+    };
+    for (const auto &wire : wires)
+        connect(fsvc, wire.signal, this, wire.slot);
+}
+
+void MainWindow::openCommandLineFiles()
+{
+    for (int i = 0; i < kCommandLineSlots && !rBtnOpenFile[i].isEmpty(); i++)
+        openAndDragFile(checkInputFileName(rBtnOpenFile[i]));
+}
+
+// The stop comes first, because it rewrites the history file that may be emptied here.
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    on_stopBtn_clicked();
+    processTimer->stop();
+    mouseClickTimer->stop();
+    volumSliderTimer->stop();
+    if (emptyListCheckFlag && !emptyHistoryFile(defaultPlayPath))
+        qDebug() << "Json File open fail!" << 1692;
+    setDefaultConfig(QString::number(defaultVolum), SettingDefaultVolum);
+    fsvc->close();
+    fsvc->state = false;
+    fsvc->sw->dismiss();
+    sw->dismiss();
+    snapThread->runFlag = false;
+    snapThread->quit();
+    snapThread->wait();
+    event->accept();
+}
+
+void MainWindow::fileMoveMSg(QString path) { showStateLabel("截图已保存至" + path, 2000); }
+
 #include "moc_mainwindow.cpp"

@@ -36,8 +36,8 @@ public:
 
     // Shows a notice over the video for ms milliseconds.
     void showStateLabel(QString text, int ms);
-    // Starts playback of an entry of addrlist; a running engine is ended first. An index outside the
-    // array does nothing.
+    // Starts playback of an entry of addrlist; a running engine is ended first. An index outside
+    // the array does nothing.
     void softAndVdpauPlay(int index);
     // Probes file and fills videoInfo. True when the media is accepted.
     bool checkVideoFileInput(QString file);
@@ -45,8 +45,6 @@ public:
     void openAndDragFile(QString path);
     // Chooses and starts what follows after the end of a file.
     void checkPlayMode();
-    // Leaves full screen.
-    void showNormalWin();
 
 public slots:
     // Buttons of the form, bound by name.
@@ -98,6 +96,7 @@ public slots:
     void playSelected(int row);
 
     // Modes.
+    void showNormalWin(); // leaves full screen
     void recvFullScreenSignal();
     void recvMouseHide();
     void recvWindowAlwaysOnTopSignal(bool onTop);

@@ -1,1 +1,272 @@
+// Volume, speed, delays, subtitles and the decode mode.
 #include "mainwindow.h"
+
+#include "common.h"
+#include "delayset.h"
+#include "dialogs.h"
+#include "enginecommands.h"
+#include "engineprocess.h"
+#include "fullscreenvideocontrl.h"
+#include "handlesnapfilethread.h"
+#include "hint.h"
+#include "speedwind.h"
+#include "ui_mainwindow.h"
+
+#include <QDebug>
+#include <QFileDialog>
+#include <QPushButton>
+#include <QTimer>
+
+void MainWindow::volumSliderMoved()
+{
+    const int volume = ui->volumSlider->value();
+    defaultVolum = volume;
+    qDebug() << "volum is " << volume;
+    if (playingState)
+        writeToEngine(enginecommands::setVolume(volume));
+    // Full-width colon in the tooltip, ASCII colon in the notice: intended.
+    ui->volumSlider->setToolTip("音量：" + QString::number(volume));
+    if (volume == 0) {
+        setVolumeIcon("mute", true);
+        muteFlag = true;
+        lastVol = 10;
+        return;
+    }
+    setVolumeIcon(volume < 25 ? "vol1" : volume < 61 ? "vol2" : "vol3", fsvc->state);
+    showStateLabel("音量:" + QString::number(volume), 1000);
+    muteFlag = false;
+}
+
+void MainWindow::setVolumeIcon(const QString &icon, bool onBar)
+{
+    const QIcon picture(QString(":/image/controlicon/%1.png").arg(icon));
+    ui->volumBtn->setIcon(picture);
+    if (onBar)
+        fsvc->voiceBtn->setIcon(picture);
+}
+
+void MainWindow::on_volumBtn_clicked()
+{
+    if (!muteFlag) {
+        muteFlag = true;
+        setVolumeIcon("mute", true);
+        lastVol = ui->volumSlider->value();
+        if (playingState)
+            writeToEngine(enginecommands::mute);
+        return;
+    }
+    volumSliderMoved();
+    if (playingState)
+        writeToEngine(enginecommands::unmute);
+    muteFlag = false;
+}
+
+// The bar's value is not taken over; only 0 matters: intended.
+void MainWindow::recvVolumSignal(int volume)
+{
+    if (volume != 0)
+        volumSliderMoved();
+    else
+        on_volumBtn_clicked();
+}
+
+void MainWindow::on_speedSetBtn_clicked() { sw->toggleAtCursor(currentSpeed); }
+
+void MainWindow::recvChangeSpeed(int percent)
+{
+    const struct {
+        int percent;
+        int code;
+        const char *text;
+    } speeds[] = {
+        {50, 0, "0.5x"}, {75, 1, "0.75x"}, {125, 3, "1.25x"}, {150, 4, "1.5x"}, {200, 5, "2.0x"},
+    };
+    currentSpeed = 2;
+    QString text = "倍速";
+    for (const auto &speed : speeds) {
+        if (speed.percent == percent) {
+            currentSpeed = speed.code;
+            text = speed.text;
+        }
+    }
+    ui->speedSetBtn->setText(text);
+    const float factor = percent / 100.0f;
+    qDebug() << "speed is " << factor;
+    writeToEngine(enginecommands::setSpeed(factor));
+}
+
+void MainWindow::voiceDelayPlus()
+{
+    if (!playingState)
+        return;
+    writeToEngine(enginecommands::audioDelayPlus);
+    audioDelay += 0.1;
+}
+
+void MainWindow::voiceDelayReduce()
+{
+    if (!playingState)
+        return;
+    writeToEngine(enginecommands::audioDelayMinus);
+    audioDelay -= 0.1;
+}
+
+// The engine's delay commands are relative: taking back what is in force gives zero.
+void MainWindow::cancelAudioDelay()
+{
+    if (!playingState)
+        return;
+    writeToEngine(enginecommands::changeAudioDelay(-audioDelay));
+    audioDelay = 0;
+}
+
+void MainWindow::recvAudioDelaySignal(double seconds)
+{
+    cancelAudioDelay();
+    if (!playingState)
+        return;
+    writeToEngine(enginecommands::changeAudioDelay(seconds));
+    audioDelay = seconds;
+}
+
+void MainWindow::setAudioDelay()
+{
+    ads->currentDelay = audioDelay;
+    delayFlag = 0;
+    execAboveMainWindow(*ads);
+}
+
+void MainWindow::subTitleDelayIncrease()
+{
+    if (!playingState || !subTitleFlag)
+        return;
+    writeToEngine(enginecommands::subDelayPlus);
+    subDelay += 0.1;
+}
+
+void MainWindow::subTitleDelayReduce()
+{
+    if (!playingState || !subTitleFlag)
+        return;
+    writeToEngine(enginecommands::subDelayMinus);
+    subDelay -= 0.1;
+}
+
+void MainWindow::cancelSubDelay()
+{
+    if (!playingState)
+        return;
+    writeToEngine(enginecommands::changeSubDelay(-subDelay));
+    subDelay = 0;
+}
+
+void MainWindow::recvSubDelaySignal(double seconds)
+{
+    cancelSubDelay();
+    if (!playingState)
+        return;
+    writeToEngine(enginecommands::changeSubDelay(seconds));
+    subDelay = seconds;
+}
+
+void MainWindow::setSubDelay()
+{
+    ads->currentDelay = subDelay;
+    delayFlag = 1;
+    execAboveMainWindow(*ads);
+}
+
+void MainWindow::openSubTitleFile()
+{
+    const QString name = QFileDialog::getOpenFileName(
+        this, tr("选择本地文件"), "/home", tr("字幕文件(*.srt *.ass *.ssa *.vtt);;All(*)"));
+    qDebug() << "Input Filename:" << name;
+    if (name.isEmpty() || !playingState)
+        return;
+    const QByteArray command = enginecommands::loadSubtitle(name);
+    if (command.isEmpty()) {
+        qDebug() << "subtitle name refused";
+        return;
+    }
+    writeToEngine(command);
+    writeToEngine(enginecommands::subVisible);
+    writeToEngine(enginecommands::subSelect);
+    // subTitleScale is not sent: the engine keeps its own scale.
+    subTitleFlag = true;
+}
+
+// subTitleFlag stays as it is: intended.
+void MainWindow::delSubTitle()
+{
+    if (!playingState)
+        return;
+    writeToEngine(enginecommands::subHidden);
+    writeToEngine(enginecommands::subRemove);
+    subDelay = 0;
+}
+
+void MainWindow::subScalePlus()
+{
+    if (!playingState)
+        return;
+    subTitleScale = qMin(subTitleScale + 0.2, 15.0);
+    writeToEngine(enginecommands::subScalePlus);
+}
+
+void MainWindow::subScaleReduce()
+{
+    if (!playingState)
+        return;
+    subTitleScale = qMax(subTitleScale - 0.2, 0.5);
+    writeToEngine(enginecommands::subScaleMinus);
+}
+
+void MainWindow::subPosUp()
+{
+    if (playingState)
+        writeToEngine(enginecommands::subPosUp);
+}
+
+// Sent whether or not something plays, unlike subPosUp: intended.
+void MainWindow::subPosDown() { writeToEngine(enginecommands::subPosDown); }
+
+void MainWindow::recvSetDecodeSignal()
+{
+    setDefaultConfig(QString::number(decodeFlag), SettingDecodeFlag);
+    if (curDecodeFlag != decodeFlag && playingState) {
+        on_stopBtn_clicked();
+        on_playBtn_clicked();
+        writeToEngine(enginecommands::seekToUnterminated(currentPosition));
+        curDecodeFlag = decodeFlag;
+    }
+    QString mode = "硬解";
+    if (decodeFlag == 2) {
+        ui->snapShotBtn->setEnabled(false);
+        setHint(ui->snapShotBtn, "请在软解模式下截图");
+        snapThread->runFlag = false;
+        snapThread->quit();
+    } else {
+        ui->snapShotBtn->setEnabled(true);
+        setHint(ui->snapShotBtn, "截图");
+        startSnapThread();
+        mode = decodeFlag == 1 ? "多线程软解" : "软解";
+    }
+    showStateLabel("当前解码模式：" + mode, 2000);
+}
+
+void MainWindow::on_snapShotBtn_clicked()
+{
+    if (playinglist.state == 0)
+        return;
+    writeToEngine(enginecommands::screenshot);
+    snapThread->snapCount++;
+}
+
+// A worker that was told to end but still runs would ignore start() and then end.
+void MainWindow::startSnapThread()
+{
+    if (!snapThread->runFlag && snapThread->isRunning())
+        snapThread->wait();
+    snapThread->runFlag = true;
+    snapThread->start(QThread::InheritPriority);
+}

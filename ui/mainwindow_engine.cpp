@@ -1,1 +1,273 @@
+// Starting and stopping the engine, polling it, reading its answers, seeking.
 #include "mainwindow.h"
+
+#include "common.h"
+#include "dialogs.h"
+#include "enginecommands.h"
+#include "engineprocess.h"
+#include "fullscreenvideocontrl.h"
+#include "hint.h"
+#include "titlebar.h"
+#include "ui_mainwindow.h"
+
+#include <QDebug>
+#include <QSignalBlocker>
+#include <QTimer>
+
+namespace {
+constexpr int pollInterval = 500; // ms
+constexpr int startTimeout = 30000; // ms
+// Output that stays unread (while paused, or because no line ends) is dropped beyond this.
+constexpr qint64 unreadLimit = 1 << 20;
+
+bool isEntry(int index) { return index >= 0 && index < kHistoryCapacity; }
+
+void startEngine(const QString &program, const QStringList &arguments, int index)
+{
+    qDebug() << "arglist:" << arguments;
+    QProcess *engine = playinglist.process_mplayer;
+    engine->start(program, arguments, QIODevice::ReadWrite);
+    engine->waitForStarted(startTimeout); // a failed start is not reported: intended
+    playinglist.state = 1;
+    playinglist.addrIndex = index;
+}
+} // namespace
+
+void MainWindow::softAndVdpauPlay(int index)
+{
+    if (!isEntry(index))
+        return;
+    // The box below runs an event loop in which a poll would take the old engine's end for the end
+    // of the media and start another engine.
+    processTimer->stop();
+    positionAnswered = false;
+    if (decodeSoftware != 0) {
+        mpvPlay(index);
+        return;
+    }
+    if (engineRuns())
+        quitEngine();
+    const HistoryAddrList entry = addrlist[index];
+    const QStringList arguments =
+        enginecommands::engineArguments(entry, decodeFlag, screenShotPath, playinglist.widID);
+    if (decodeFlag == 2 && entry.codec_type == 2)
+        showNotice("该视频格式可能不支持硬解码!");
+    startEngine(startPath + "/files/bin/mplayer", arguments, index);
+    processTimer->start(pollInterval);
+    const QString name = getFileNameFromAddr(entry.addr);
+    m_titleBar->setWindowTitle(name);
+    fsvc->titleLabel->setText(name);
+}
+
+void mpvPlay(int index)
+{
+    if (!isEntry(index))
+        return;
+    QProcess *engine = playinglist.process_mplayer;
+    if (engine->state() == QProcess::Running) {
+        engine->kill();
+        engine->close();
+    }
+    startEngine("/usr/bin/mpv",
+                enginecommands::mpvArguments(addrlist[index], decodeFlag, playinglist.widID),
+                index);
+}
+
+void MainWindow::on_playBtn_clicked()
+{
+    if (addrNum <= 0)
+        return;
+    if (playinglist.state == 0)
+        startPlaying();
+    else
+        togglePause();
+}
+
+void MainWindow::recvPlayBtnClicked() { on_playBtn_clicked(); }
+
+void MainWindow::startPlaying()
+{
+    // The index is stale after the last entry was played through or an entry was deleted.
+    if (playinglist.addrIndex < 0 || playinglist.addrIndex >= addrNum)
+        playinglist.addrIndex = addrNum - 1;
+    playingState = true;
+    softAndVdpauPlay(playinglist.addrIndex);
+    showPlayButton(true);
+    resumeAtLastPosition();
+}
+
+// Up to 3 s a file starts from the beginning, at 4 and 5 s exactly there, later 5 s before.
+void MainWindow::resumeAtLastPosition()
+{
+    const int lastTime = addrlist[playinglist.addrIndex].last_play_time;
+    if (!lastTimePlayFlag || lastTime - 3 <= 0)
+        return;
+    const int position = lastTime - 5 < 1 ? lastTime : lastTime - 5;
+    writeToEngine(enginecommands::seekTo(position));
+    showStateLabel("已自动跳转至上次播放位置", 2000);
+}
+
+void MainWindow::togglePause()
+{
+    playingState = !playingState;
+    if (playingState)
+        processTimer->start(pollInterval);
+    else
+        processTimer->stop();
+    showPlayButton(playingState);
+    if (decodeSoftware != 0)
+        writeToEngine(playingState ? enginecommands::mpvResume : enginecommands::mpvPause);
+    else
+        writeToEngine(enginecommands::togglePause);
+}
+
+void MainWindow::showPlayButton(bool playing)
+{
+    setHint(ui->playBtn, playing ? "暂停" : "播放");
+    ui->playBtn->setIcon(
+        QIcon(playing ? ":/image/controlicon/pause.png" : ":/image/controlicon/play.png"));
+}
+
+// The end of the media is only noticed here: the engine has exited.
+void MainWindow::pollEngine()
+{
+    if (!engineRuns()) {
+        on_stopBtn_clicked();
+        processTimer->stop();
+        checkPlayMode();
+    } else if (playingState) {
+        writeToEngine(enginecommands::queryLength);
+        writeToEngine(enginecommands::queryPosition);
+    }
+}
+
+void MainWindow::dataReceive()
+{
+    if (stopping)
+        return;
+    if (!engineRuns()) {
+        on_stopBtn_clicked();
+        return;
+    }
+    QProcess *engine = playinglist.process_mplayer;
+    while (engine->canReadLine()) {
+        QByteArray line = engine->readLine();
+        line.replace("\n", "");
+        if (ui->processSlider->isSliderDown() || !playingState)
+            break; // this one line is lost: intended
+        const enginecommands::Answer answer = enginecommands::parseAnswer(line);
+        if (answer.kind == enginecommands::Answer::Length)
+            showLength(answer.seconds);
+        else if (answer.kind == enginecommands::Answer::Position)
+            showPosition(answer.seconds);
+    }
+    if (engine->bytesAvailable() > unreadLimit)
+        engine->readAll();
+    processTimer->start(pollInterval);
+}
+
+void MainWindow::showLength(int seconds)
+{
+    const QString text = enginecommands::lengthText(seconds);
+    ui->totalTimeLabel->setText(text);
+    ui->processSlider->setRange(0, seconds);
+    fsvc->totalTimeLabel->setText(text);
+    // A new range can clamp the bar's old value, whose signal would seek the new file to its end.
+    const QSignalBlocker blocker(fsvc->processSlider);
+    fsvc->processSlider->setRange(0, seconds);
+}
+
+void MainWindow::showPosition(int seconds)
+{
+    positionAnswered = true;
+    const QString text = enginecommands::positionText(seconds);
+    ui->currentTimeLabel->setText(text);
+    currentPosition = seconds;
+    ui->processSlider->setValue(seconds);
+    fsvc->currentTimeLabel->setText(text);
+    fsvc->processSlider->setValue(seconds);
+}
+
+void MainWindow::on_backwardBtn_clicked()
+{
+    writeToEngine(enginecommands::seekBackward);
+    if (playingState)
+        ui->playBtn->setIcon(QIcon(":/image/controlicon/pause.png"));
+}
+
+void MainWindow::on_forwardBtn_clicked()
+{
+    writeToEngine(enginecommands::seekForward);
+    if (playingState)
+        ui->playBtn->setIcon(QIcon(":/image/controlicon/pause.png"));
+}
+
+// A seek makes the engine play on, so a paused one is paused again.
+void MainWindow::processSliderPressed()
+{
+    writeToEngine(enginecommands::seekTo(ui->processSlider->value()));
+    if (!playingState)
+        writeToEngine(enginecommands::togglePause);
+}
+
+// The threshold keeps the bar's echo of a reported position from seeking.
+void MainWindow::processSliderPressed(int position)
+{
+    if (qAbs(qint64(position) - currentPosition) <= 1)
+        return;
+    writeToEngine(enginecommands::seekTo(position));
+    if (!playingState)
+        writeToEngine(enginecommands::togglePause);
+}
+
+void MainWindow::on_stopBtn_clicked()
+{
+    if (stopping)
+        return;
+    const QSlider *slider = ui->processSlider;
+    // Stopped in its last two seconds, a file is remembered as finished.
+    const int position = slider->value() >= slider->maximum() - 2 ? 0 : slider->value();
+    if (playinglist.state == 0)
+        return;
+    // An engine that was stopped before it told its position must not erase the saved one.
+    const bool positionKnown = positionAnswered || slider->value() != 0;
+    stopPlayback();
+    if (lastTimePlayFlag && positionKnown)
+        saveLastPlayTime(playinglist.addrIndex, position);
+    ui->speedSetBtn->setText("倍速");
+    currentSpeed = 2;
+}
+
+void MainWindow::recvStopSignal() { on_stopBtn_clicked(); }
+
+void MainWindow::recvRemoveAndStopSignal()
+{
+    if (stopping || playinglist.state == 0)
+        return;
+    stopPlayback();
+}
+
+// Ends the engine and shows the stopped look. Closing can deliver the engine's last output, which
+// must neither stop again nor restart the polling. Where the engine has already gone by itself the
+// polling goes on, because the next poll chooses what follows.
+void MainWindow::stopPlayback()
+{
+    stopping = true;
+    if (engineRuns())
+        processTimer->stop();
+    quitEngine();
+    showPlayButton(false);
+    playingState = false;
+    playinglist.state = 0;
+    m_titleBar->setWindowTitle("Tarnivo播放器");
+    ui->playWidget->setStyleSheet("background-color:black");
+    ui->currentTimeLabel->setText("00:00:00");
+    ui->totalTimeLabel->setText("00:00:00");
+    ui->processSlider->setValue(0);
+    stopping = false;
+}
+
+bool MainWindow::loadedEntryDiffersFrom(int index) const
+{
+    return playinglist.state != 0 && playinglist.addrIndex != index;
+}

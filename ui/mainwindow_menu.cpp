@@ -1,1 +1,38 @@
+// The context menu of the video and the media information.
 #include "mainwindow.h"
+
+#include "common.h"
+#include "dialogs.h"
+#include "playbackmenu.h"
+#include "showvideoinfo.h"
+
+#include <QContextMenuEvent>
+
+// A menu is made at every right click and lives until the window dies: intended.
+void MainWindow::contextMenuEvent(QContextMenuEvent *event)
+{
+    QMenu *menu = new QMenu("rBtnContexMenu", this);
+    if (!insidePlayArea(event->pos()))
+        return;
+    const PlaybackMenuKind kind = {
+        fullScreenFlag,
+        SLOT(on_openFileBtn_clicked()),
+        fullScreenFlag ? SLOT(showNormalWin()) : SLOT(on_fullScreenBtn_clicked()),
+        SLOT(on_stopBtn_clicked()),
+        true,
+        SLOT(showVideoInfoFuc()),
+    };
+    fillPlaybackMenu(menu, this, kind);
+    menu->exec(QCursor::pos());
+}
+
+void MainWindow::showVideoInfoFuc()
+{
+    const int index = playinglist.addrIndex;
+    if (playinglist.state == 0 || index < 0 || index >= kHistoryCapacity)
+        return;
+    if (!checkVideoFileInput(addrlist[index].addr))
+        return;
+    showVideoInfo information(this);
+    information.exec();
+}

@@ -1,1 +1,221 @@
+// Normal and full-screen mode, mouse, keyboard and activation.
 #include "mainwindow.h"
+
+#include "common.h"
+#include "fullscreenvideocontrl.h"
+#include "listwidget.h"
+#include "speedwind.h"
+#include "titlebar.h"
+#include "ui_mainwindow.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QShowEvent>
+#include <QTimer>
+#include <QWindow>
+
+namespace {
+// Edges are outside: intended.
+bool strictlyInside(const QPoint &point, const QPoint &corner, int width, int height)
+{
+    return corner.x() < point.x() && point.x() < corner.x() + width && corner.y() < point.y() &&
+        point.y() < corner.y() + height;
+}
+
+bool strictlyInside(const QPoint &point, const QWidget *widget)
+{
+    return strictlyInside(point, widget->pos(), widget->width(), widget->height());
+}
+} // namespace
+
+bool MainWindow::insidePlayArea(const QPoint &point) const
+{
+    return strictlyInside(point, ui->playWidget);
+}
+
+void MainWindow::setNormalWidgetsVisible(bool visible)
+{
+    QWidget *const widgets[] = {
+        m_titleBar,        ui->currentTimeLabel, ui->totalTimeLabel, ui->processSlider,
+        ui->openFileBtn,   ui->stopBtn,          ui->backwardBtn,    ui->playBtn,
+        ui->forwardBtn,    ui->volumBtn,         ui->volumSlider,    ui->speedSetBtn,
+        ui->fullScreenBtn, listWidget,           ui->hideListBtn,    ui->snapShotBtn,
+    };
+    for (QWidget *widget : widgets)
+        widget->setVisible(visible);
+}
+
+void MainWindow::on_fullScreenBtn_clicked()
+{
+    fullScreenFlag = true;
+    setNormalWidgetsVisible(false);
+    ui->listWidget->hide();
+    qDebug() << "screen width:" << screenWidth << " screen height:" << screenHeight;
+    widgetNormalWidth = ui->playWidget->width();
+    widgetNormalHeight = ui->playWidget->height();
+    ui->playWidget->setFixedSize(screenWidth, screenHeight);
+    showFullScreen();
+    move(0, 0);
+    ui->playWidget->move(0, 0);
+}
+
+// The list is shown even if the user had hidden it before: intended.
+void MainWindow::showNormalWin()
+{
+    fullScreenFlag = false;
+    if (fsvc->state)
+        hideBar();
+    setNormalWidgetsVisible(true);
+    qDebug() << "screen width:" << screenWidth << " screen height:" << screenHeight;
+    ui->playWidget->setFixedSize(widgetNormalWidth, widgetNormalHeight);
+    showNormal();
+    m_titleBar->setFixedWidth(widgetNormalWidth + ui->listWidget->width());
+    // The window's own screen position is used for a child here: intended.
+    ui->playWidget->move(x(), y() + m_titleBar->height() + 10);
+}
+
+void MainWindow::recvFullScreenSignal()
+{
+    if (fullScreenFlag)
+        showNormalWin();
+}
+
+void MainWindow::recvMouseHide()
+{
+    qDebug() << "recv hide signal";
+    setCursor(Qt::BlankCursor);
+}
+
+// Setting the flags in the usual way makes Qt destroy and recreate the X11 window when it is shown
+// again, and the engine's window dies with it. So they are changed on the living window, and the
+// show event, which centres it, is sent by hand.
+void MainWindow::recvWindowAlwaysOnTopSignal(bool onTop)
+{
+    Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint;
+    if (onTop)
+        flags |= Qt::WindowStaysOnTopHint;
+    overrideWindowFlags(flags);
+    if (windowHandle())
+        windowHandle()->setFlags(flags);
+    QShowEvent shown;
+    QCoreApplication::sendEvent(this, &shown);
+}
+
+void MainWindow::hideBar() { fsvc->hideBar(); }
+
+void MainWindow::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::RightButton) {
+        event->ignore();
+        return;
+    }
+    if (insidePlayArea(event->pos()))
+        mouseClickTimer->start(500);
+}
+
+void MainWindow::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    if (!insidePlayArea(event->pos()) || playinglist.state == 0)
+        return;
+    mouseClickTimer->stop();
+    if (fullScreenFlag) {
+        showNormalWin();
+    } else {
+        on_fullScreenBtn_clicked();
+        fsvc->mouseTimer->start(5000);
+    }
+}
+
+void MainWindow::mouseMoveEvent(QMouseEvent *event)
+{
+    const QPoint point = event->pos();
+    setCursor(Qt::ArrowCursor);
+    if (!strictlyInside(point, ui->speedSetBtn))
+        sw->dismiss();
+    if (fullScreenFlag && decodeSoftware == 0) {
+        if (strictlyInside(point, ui->playWidget->pos(), screenWidth, screenHeight) &&
+            windowActiveFlag && !fsvc->state)
+            showBar();
+        fsvc->currentSpeed = currentSpeed;
+    }
+    if (strictlyInside(point, ui->resizeBtn))
+        setCursor(Qt::SizeFDiagCursor);
+}
+
+void MainWindow::showBar()
+{
+    fsvc->setFixedSize(screenWidth, screenHeight);
+    fsvc->state = true;
+    fsvc->playBtn->setFocus();
+    QLabel *title = fsvc->titleLabel;
+    title->setFixedSize(screenWidth, 80);
+    const int index = playinglist.addrIndex;
+    if (playinglist.state != 0 && index >= 0 && index < kHistoryCapacity)
+        title->setText(addrlist[index].label);
+    title->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    QFont font = title->font();
+    font.setPointSize(18);
+    title->setFont(font);
+    QPalette palette = title->palette();
+    palette.setColor(QPalette::WindowText, Qt::white);
+    title->setPalette(palette);
+    fsvc->mouseTimer->start(5000);
+    fsvc->move(0, 0);
+    fsvc->show();
+    fsvc->playBtn->setFocus();
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == this && event->type() == QEvent::WindowActivate) {
+        windowActiveFlag = true;
+        return true;
+    }
+    if (watched == this && event->type() == QEvent::WindowDeactivate) {
+        windowActiveFlag = false;
+        hideBar();
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+// Every test is made on its own: one key press may match several.
+void MainWindow::keyPressEvent(QKeyEvent *event)
+{
+    const int key = event->key();
+    const bool onlyControl = event->modifiers() == Qt::ControlModifier;
+    const bool onlyAlt = event->modifiers() == Qt::AltModifier;
+
+    if (key == Qt::Key_Escape && fullScreenFlag) {
+        hideBar();
+        showNormalWin();
+        setCursor(Qt::ArrowCursor);
+    }
+    if (key == Qt::Key_Alt || onlyAlt)
+        hideBar();
+    if (key == Qt::Key_Space)
+        on_playBtn_clicked();
+    if (key == Qt::Key_Left)
+        on_backwardBtn_clicked();
+    if (key == Qt::Key_Right)
+        on_forwardBtn_clicked();
+    if (key == Qt::Key_Up)
+        ui->volumSlider->setValue(ui->volumSlider->value() + 2);
+    if (key == Qt::Key_Down)
+        ui->volumSlider->setValue(ui->volumSlider->value() - 2);
+    if (onlyControl && key == Qt::Key_E)
+        subScalePlus();
+    if (onlyControl && key == Qt::Key_R)
+        subScaleReduce();
+    if (onlyControl && key == Qt::Key_U)
+        subPosUp();
+    if (onlyControl && key == Qt::Key_D)
+        subPosDown();
+    if (onlyControl && key == Qt::Key_O)
+        on_openFileBtn_clicked();
+    if (onlyAlt && key == Qt::Key_A)
+        on_snapShotBtn_clicked();
+}

@@ -1,1 +1,125 @@
+// Opening files, playing rows, and what follows at the end of a file.
 #include "mainwindow.h"
+
+#include "common.h"
+#include "dialogs.h"
+#include "listwidget.h"
+#include "playorder.h"
+
+#include <QDebug>
+#include <QDropEvent>
+#include <QFileDialog>
+#include <QMimeData>
+#include <QUrl>
+
+namespace {
+const char localIcon[] = ":/image/icon/video1.png";
+const char streamIcon[] = ":/image/icon/net.png";
+
+// The generator is never seeded: intended.
+int randomNumber()
+{
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    return qrand();
+    QT_WARNING_POP
+}
+} // namespace
+
+void MainWindow::addToList()
+{
+    for (int i = addrNum; i >= 1; i--) {
+        const HistoryAddrList &entry = addrlist[i - 1];
+        listWidget->insertItem(
+            addrNum - i, ListWidget::makeItem(entry, entry.type == 1 ? localIcon : streamIcon));
+    }
+    listWidget->setIconSize(QSize(20, 20));
+}
+
+bool MainWindow::checkVideoFileInput(QString file) { return probeMedia(file); }
+
+void MainWindow::openAndDragFile(QString path)
+{
+    if (!checkVideoFileInput(path)) {
+        showNotice("视频解析失败!");
+        return;
+    }
+    if (playingState)
+        on_stopBtn_clicked();
+    const int known = checkAddrExist(path);
+    // A paused engine that has another entry loaded would only be resumed.
+    if (loadedEntryDiffersFrom(known))
+        on_stopBtn_clicked();
+    if (known < 0) {
+        addToAddrList(path); // makes it the playing one
+        // A new entry always gets the local icon, streams too: intended.
+        listWidget->insertItem(0, ListWidget::makeItem(addrlist[addrNum - 1], localIcon));
+        listWidget->setCurrentRow(0);
+        if (listWidget->count() > addrNum)
+            delete listWidget->takeItem(listWidget->count() - 1);
+    } else {
+        playinglist.addrIndex = known;
+    }
+    on_playBtn_clicked();
+}
+
+void MainWindow::on_openFileBtn_clicked()
+{
+    const QString name = QFileDialog::getOpenFileName(
+        this, tr("选择本地文件"), "/home",
+        tr("视频文件(*.mp4 *.wmv *.avi *.flv *.rmvb *.mov *.mkv *.webm);;所有文件(*.*)"));
+    qDebug() << "Input Filename:" << name;
+    if (!name.isEmpty())
+        openAndDragFile(name);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent *event) { event->acceptProposedAction(); }
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (urls.isEmpty())
+        return;
+    event->acceptProposedAction();
+    for (const QUrl &url : urls) {
+        const QString path = url.toLocalFile();
+        if (!path.isEmpty())
+            openAndDragFile(path);
+    }
+}
+
+// The row comes from the list's currentIndex, not from the item: intended.
+void MainWindow::playSelectedItem(QListWidgetItem *)
+{
+    const int target = entryOfRow(listWidget->currentIndex, addrNum);
+    if (target < 0 || target >= addrNum)
+        return;
+    if (playinglist.addrIndex == target && playingState)
+        return;
+    if (playingState || loadedEntryDiffersFrom(target))
+        on_stopBtn_clicked();
+    playinglist.addrIndex = target;
+    on_playBtn_clicked();
+}
+
+void MainWindow::playSelected(int row)
+{
+    const int target = entryOfRow(row, addrNum);
+    if (target < 0 || target >= addrNum || playinglist.addrIndex == target)
+        return;
+    if (playingState || loadedEntryDiffersFrom(target))
+        on_stopBtn_clicked();
+    playinglist.addrIndex = target;
+    on_playBtn_clicked();
+}
+
+void MainWindow::checkPlayMode()
+{
+    if (addrNum == 0)
+        return;
+    const int random = playMode == PlayModeRandom ? randomNumber() : 0;
+    const NextEntry next = nextEntry(playMode, playinglist.addrIndex, addrNum, random);
+    playinglist.addrIndex = next.index;
+    if (next.play)
+        on_playBtn_clicked();
+}

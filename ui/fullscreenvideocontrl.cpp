@@ -1,3 +1,505 @@
 #include "fullscreenvideocontrl.h"
 
+#include "common.h"
+#include "enginecommands.h"
+#include "engineprocess.h"
+#include "playbackmenu.h"
+#include "speedwind.h"
+
+#include <QContextMenuEvent>
+#include <QDebug>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPointer>
+#include <QPushButton>
+#include <QSlider>
+#include <QTime>
+#include <QTimer>
+#include <QVBoxLayout>
+
+bool showFlag = true;
+
+namespace {
+
+constexpr int kHideAfterMs = 5000;
+constexpr int kClickDelayMs = 500;
+constexpr int kProcessTimerMs = 500;
+constexpr int kBorder = 10; // the mouse must stay this far inside the bar, in pixels
+
+const char kPlayIcon[] = ":/image/controlicon/play.png";
+const char kPauseIcon[] = ":/image/controlicon/pause.png";
+
+const char kVoiceSliderStyle[] =
+    " QSlider::add-page:Horizontal{ background-color: rgb(87, 97, 106); height:4px;}"
+    " QSlider::sub-page:Horizontal     {background-color:rgba(7,208,255, 255); height:4px;}"
+    "QSlider::groove:Horizontal {background:transparent;height:6px;}"
+    "QSlider::handle:Horizontal { border: 0px ;width: 5px;height:5px;margin: -7px -7px -7px -7px;"
+    "background-color:rgba(57,108,100, 255);}";
+
+// No picture lies under ":/images/", so the handle is drawn without one: intended.
+const char kProcessSliderStyle[] =
+    " QSlider::add-page:Horizontal{  background-color: rgb(87, 97, 106); height:4px;}"
+    " QSlider::sub-page:Horizontal     {background-color:rgba(7,208,255, 255); height:4px;}"
+    "QSlider::groove:Horizontal {background:transparent;height:6px;}"
+    "QSlider::handle:Horizontal{height: 30px;width:8px;"
+    "border-image: url(:/images/ic_music_thumb.png); margin: -8 0px;} ";
+
+QPushButton *newButton(const QPalette &palette, const char *accessibleName)
+{
+    auto *button = new QPushButton;
+    button->setFlat(true);
+    button->setAutoFillBackground(true);
+    button->setPalette(palette);
+    button->setAccessibleName(QString::fromUtf8(accessibleName));
+    return button;
+}
+
+QPushButton *newIconButton(const QPalette &palette, const char *accessibleName, const char *icon)
+{
+    QPushButton *button = newButton(palette, accessibleName);
+    button->setIcon(QIcon(icon));
+    return button;
+}
+
+// File names are shown as they are, never as markup.
+QLabel *newLabel(const QString &text = QString())
+{
+    auto *label = new QLabel;
+    label->setTextFormat(Qt::PlainText);
+    label->setText(text);
+    return label;
+}
+
+QLabel *newFiller(int width, int height)
+{
+    QLabel *filler = newLabel();
+    filler->setFixedSize(width, height);
+    return filler;
+}
+
+QLabel *newTimeLabel()
+{
+    QLabel *label = newLabel("00:00:00");
+    label->setFixedSize(80, 15);
+    label->setStyleSheet("color:white");
+    return label;
+}
+
+// A layout owns its items, so every place gets a spacer of its own.
+QSpacerItem *wideSpacer()
+{
+    return new QSpacerItem(500, 40, QSizePolicy::Expanding, QSizePolicy::Minimum);
+}
+
+QSpacerItem *leftSpacer()
+{
+    return new QSpacerItem(160, 40, QSizePolicy::Fixed, QSizePolicy::Minimum);
+}
+
+QSpacerItem *smallSpacer()
+{
+    return new QSpacerItem(20, 20, QSizePolicy::Fixed, QSizePolicy::Minimum);
+}
+
+QSpacerItem *verticalSpacer(int height)
+{
+    return new QSpacerItem(20, height, QSizePolicy::Expanding, QSizePolicy::Maximum);
+}
+
+bool strictlyInside(const QPoint &point, const QRect &rect)
+{
+    return point.x() > rect.x() && point.x() < rect.x() + rect.width() && point.y() > rect.y() &&
+        point.y() < rect.y() + rect.height();
+}
+
+} // namespace
+
+FullScreenVideoControl::FullScreenVideoControl(QWidget *parent)
+    : QDialog(parent)
+{
+    setUpWindow();
+    setUpButtons();
+    setUpLabels();
+    setUpSizes();
+    setUpVoiceSlider();
+    setUpButtonRow();
+    setUpLayouts();
+    setUpProcessSlider();
+    setUpTimers();
+    connectAll();
+
+    installEventFilter(this);
+    mouseTimer->start(kHideAfterMs);
+    processTimer->start(kProcessTimerMs);
+    setMouseTracking(true);
+}
+
+FullScreenVideoControl::~FullScreenVideoControl()
+{
+    delete sw;
+    delete centerWidget;
+}
+
+void FullScreenVideoControl::setUpWindow()
+{
+    setWindowFlags(Qt::FramelessWindowHint | Qt::Tool | Qt::BypassWindowManagerHint);
+    setWindowOpacity(1.0);
+    setAttribute(Qt::WA_TranslucentBackground);
+    centerWidget = new QWidget;
+}
+
+void FullScreenVideoControl::setUpButtons()
+{
+    QPalette shared;
+    shared.setColor(QPalette::Button, QColor(150, 150, 150, 100));
+
+    stopBtn = newIconButton(shared, "停止", ":/image/controlicon/stop.png");
+    playBtn = newIconButton(shared, "播放", kPauseIcon);
+    forwardBtn = newIconButton(shared, "快进", ":/image/controlicon/forward.png");
+    backwardBtn = newIconButton(shared, "快退", ":/image/controlicon/backward.png");
+    voiceBtn = newIconButton(shared, "音量", ":/image/controlicon/vol1.png");
+    voiceBtn->setFixedSize(30, 30);
+    speedBtn = newButton(shared, "倍速");
+    speedBtn->setText(QStringLiteral("倍速"));
+    fullScreenBtn = newIconButton(shared, "退出全屏", ":/image/controlicon/exitfull1.png");
+
+    sw = new speedWind;
+    sw->state = 0;
+}
+
+void FullScreenVideoControl::setUpLabels()
+{
+    timeLabel = newLabel();
+    timeLabel->setStyleSheet("background-color: transparent;font-size:15px;color:white");
+    titleLabel = newFiller(width(), 100);
+    blankLabel = newFiller(width(), height());
+    blankLayout = new QVBoxLayout;
+    blankLayout->addWidget(titleLabel);
+    blankLayout->addWidget(blankLabel);
+}
+
+void FullScreenVideoControl::setUpSizes()
+{
+    for (QPushButton *button : {stopBtn, forwardBtn, backwardBtn, fullScreenBtn})
+        button->setFixedSize(30, 30);
+    playBtn->setFixedSize(50, 50);
+    for (QPushButton *button : {stopBtn, playBtn, forwardBtn, backwardBtn, speedBtn, fullScreenBtn})
+        button->setIconSize(QSize(30, 30));
+    voiceBtn->setIconSize(QSize(28, 28));
+}
+
+void FullScreenVideoControl::setUpVoiceSlider()
+{
+    voiceSlider = new QSlider(Qt::Horizontal);
+    voiceSlider->setObjectName("voice slider");
+    voiceSlider->setAccessibleName(QStringLiteral("音量"));
+    voiceSlider->setFixedSize(100, 20);
+    voiceSlider->setValue(defaultVolum); // range 0..99, so a stored 100 shows 99: intended
+    voiceSlider->setStyleSheet(kVoiceSliderStyle);
+}
+
+void FullScreenVideoControl::setUpButtonRow()
+{
+    hVoiceLayout = new QHBoxLayout;
+    btnLayout = new QHBoxLayout;
+    btnLayout->setMargin(0);
+    btnLayout->addItem(wideSpacer());
+    btnLayout->addItem(leftSpacer());
+    btnLayout->addWidget(stopBtn, 0, Qt::AlignLeft);
+    btnLayout->addItem(smallSpacer());
+    btnLayout->addWidget(backwardBtn);
+    btnLayout->addItem(smallSpacer());
+    btnLayout->addWidget(playBtn, 0, Qt::AlignCenter);
+    btnLayout->addItem(smallSpacer());
+    btnLayout->addWidget(forwardBtn);
+    btnLayout->addItem(smallSpacer());
+    btnLayout->addLayout(hVoiceLayout);
+    btnLayout->addItem(smallSpacer());
+    btnLayout->addWidget(speedBtn, 0, Qt::AlignRight);
+    btnLayout->addItem(smallSpacer());
+    btnLayout->addWidget(fullScreenBtn, 0, Qt::AlignRight);
+    btnLayout->addItem(wideSpacer());
+
+    btnBlankLabel = newFiller(100, 1);
+    voiceLayout = new QVBoxLayout;
+    voiceLayout->setMargin(0);
+    voiceLayout->addWidget(btnBlankLabel);
+    voiceLayout->addWidget(voiceSlider);
+    voiceLayout->addWidget(newFiller(100, 1));
+    hVoiceLayout->addWidget(voiceBtn);
+    hVoiceLayout->addLayout(voiceLayout);
+    qDebug() << "voice btn x " << voiceBtn->x() << voiceBtn->height();
+}
+
+void FullScreenVideoControl::setUpLayouts()
+{
+    blankTopLabel = newFiller(100, 20);
+    processSliderLayout = new QVBoxLayout;
+    mainLayout = new QVBoxLayout;
+    mainLayout->addWidget(blankTopLabel);
+    mainLayout->addItem(verticalSpacer(200));
+    mainLayout->addWidget(timeLabel);
+    mainLayout->addLayout(blankLayout);
+    mainLayout->addItem(verticalSpacer(200));
+    mainLayout->addItem(verticalSpacer(300));
+    mainLayout->addLayout(processSliderLayout);
+    mainLayout->addLayout(btnLayout);
+    mainLayout->addItem(verticalSpacer(200));
+    setLayout(mainLayout);
+}
+
+void FullScreenVideoControl::setUpProcessSlider()
+{
+    processSlider = new QSlider(Qt::Horizontal);
+    processSlider->setAccessibleName(QStringLiteral("播放进度"));
+    processSlider->setStyleSheet(kProcessSliderStyle);
+    currentTimeLabel = newTimeLabel();
+    totalTimeLabel = newTimeLabel();
+    sliderLabelLayout = new QHBoxLayout;
+    sliderLabelLayout->addWidget(currentTimeLabel, 0, Qt::AlignLeft);
+    sliderLabelLayout->addWidget(totalTimeLabel, 0, Qt::AlignRight);
+    processSliderLayout->addWidget(processSlider);
+    processSliderLayout->addLayout(sliderLabelLayout);
+}
+
+void FullScreenVideoControl::setUpTimers()
+{
+    mouseTimer = new QTimer(this);
+    processTimer = new QTimer(this);
+    mouseClickedTimer = new QTimer(this);
+    connect(mouseTimer, &QTimer::timeout, this, [this] {
+        if (fullScreenFlag) {
+            setCursor(Qt::BlankCursor);
+            emit mouseHide();
+        }
+        hideWithSpeedWindow();
+    });
+    connect(mouseClickedTimer, &QTimer::timeout, this, [this] {
+        playBtnClicked();
+        mouseClickedTimer->stop();
+    });
+}
+
+void FullScreenVideoControl::connectAll()
+{
+    connect(playBtn, SIGNAL(clicked()), this, SLOT(playBtnClicked()));
+    connect(forwardBtn, SIGNAL(clicked()), this, SLOT(forwardBtnClicked()));
+    connect(backwardBtn, SIGNAL(clicked()), this, SLOT(backwardBtnClicked()));
+    connect(voiceBtn, SIGNAL(clicked()), this, SLOT(voiceBtnClicked()));
+    connect(fullScreenBtn, SIGNAL(clicked()), this, SLOT(fullScreenBtnClicked()));
+    connect(stopBtn, SIGNAL(clicked()), this, SLOT(stopBtnClicked()));
+    connect(speedBtn, SIGNAL(clicked()), this, SLOT(speedBtnClicked()));
+    connect(voiceSlider, SIGNAL(valueChanged(int)), this, SLOT(voiceSliderMoved(int)));
+    connect(processSlider, SIGNAL(sliderMoved(int)), this, SLOT(processSliderMoved(int)));
+    connect(processSlider, SIGNAL(valueChanged(int)), this, SLOT(processSliderPressed(int)));
+    // Qt refuses this one, because the signal has no argument to pass, and says so: intended.
+    connect(processSlider, SIGNAL(sliderPressed()), this, SLOT(processSliderPressed(int)));
+    connect(sw, SIGNAL(changeSpeed(int)), this, SLOT(recvChangeSpeed(int)));
+}
+
+void FullScreenVideoControl::hideBar()
+{
+    state = false;
+    hide();
+}
+
+void FullScreenVideoControl::hideWithSpeedWindow()
+{
+    hideBar();
+    sw->dismiss();
+}
+
+bool FullScreenVideoControl::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched != this || event->type() != QEvent::WindowDeactivate)
+        return false;
+    hideWithSpeedWindow();
+    return true;
+}
+
+void FullScreenVideoControl::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::RightButton) {
+        event->ignore();
+        return;
+    }
+    if (event->y() < processSlider->y())
+        mouseClickedTimer->start(kClickDelayMs);
+    qDebug() << "mouse clicked";
+}
+
+void FullScreenVideoControl::mouseDoubleClickEvent(QMouseEvent *)
+{
+    mouseClickedTimer->stop();
+    qDebug() << "double clicked event top";
+    fullScreenBtnClicked();
+}
+
+void FullScreenVideoControl::mouseMoveEvent(QMouseEvent *event)
+{
+    const QString clock = QTime::currentTime().toString("hh:mm");
+    timeLabel->setText(clock);
+    timeLabel->setFixedWidth(10 * clock.length());
+    timeLabel->move(0, 0);
+
+    // The position is the bar's own and the geometry the parent's, compared as they are: intended.
+    const QRect inner = geometry();
+    if (inner.x() + kBorder <= event->x() && event->x() <= inner.x() + inner.width() - kBorder &&
+        inner.y() + kBorder <= event->y() && event->y() <= inner.y() + inner.height() - kBorder) {
+        setCursor(Qt::ArrowCursor);
+        mouseTimer->start(kHideAfterMs);
+    } else {
+        hideWithSpeedWindow();
+    }
+
+    if (!strictlyInside(event->pos(), speedBtn->geometry()))
+        sw->dismiss();
+}
+
+void FullScreenVideoControl::keyPressEvent(QKeyEvent *event)
+{
+    sw->hide(); // its state stays: intended
+    if (event->key() == Qt::Key_Alt) {
+        hideWithSpeedWindow();
+    } else if (event->key() == Qt::Key_Escape && fullScreenFlag) {
+        sw->dismiss();
+        mouseClickedTimer->stop();
+        fullScreenBtnClicked();
+    }
+    qDebug() << "key num:" << event->key();
+}
+
+void FullScreenVideoControl::focusInEvent(QFocusEvent *) { }
+
+void FullScreenVideoControl::focusOutEvent(QFocusEvent *)
+{
+    qDebug() << "lose focus";
+    if (!playBtn->hasFocus())
+        hideWithSpeedWindow();
+}
+
+void FullScreenVideoControl::paintEvent(QPaintEvent *) { }
+
+void FullScreenVideoControl::contextMenuEvent(QContextMenuEvent *)
+{
+    const PlaybackMenuKind kind{true,
+                                SLOT(openFileBtnTriggered()),
+                                SLOT(fullScreenBtnClicked()),
+                                SLOT(stopBtnClicked()),
+                                false,
+                                nullptr};
+    // Watched, because the bar may go, and the menu with it, while the menu is open.
+    const QPointer<QMenu> menu = new QMenu("rBtnContexMenu", this);
+    fillPlaybackMenu(menu, this, kind);
+    menu->exec(QCursor::pos());
+    delete menu;
+}
+
+void FullScreenVideoControl::playBtnClicked()
+{
+    static int lastVol = defaultVolum; // never read: intended
+    Q_UNUSED(lastVol)
+    mouseClickedTimer->stop();
+    mouseTimer->start(kHideAfterMs);
+    playBtn->setIcon(QIcon(playingState ? kPlayIcon : kPauseIcon));
+    emit playBtnClickedSignal();
+}
+
+void FullScreenVideoControl::forwardBtnClicked() { emit forwardSignal(); }
+
+void FullScreenVideoControl::backwardBtnClicked() { emit backwardSignal(); }
+
+void FullScreenVideoControl::voiceBtnClicked()
+{
+    emit volumSignal(0);
+    mouseTimer->start(kHideAfterMs);
+}
+
+void FullScreenVideoControl::processSliderMoved(int position)
+{
+    mouseTimer->start(kHideAfterMs);
+    qDebug() << "process slider moved " << position;
+    writeToEngine(enginecommands::seekTo(position));
+}
+
+void FullScreenVideoControl::stopBtnClicked()
+{
+    playBtn->setIcon(QIcon(kPlayIcon));
+    emit stopSignal();
+}
+
+void FullScreenVideoControl::fullScreenBtnClicked() { emit fullScreenSignal(); }
+
+void FullScreenVideoControl::processSliderPressed(int position)
+{
+    if (qAbs(qint64(position) - currentPosition) > 1 && state)
+        emit processSliderSignal(position);
+}
+
+void FullScreenVideoControl::voiceSliderMoved(int volume)
+{
+    mouseTimer->start(kHideAfterMs);
+    emit volumSignal(volume);
+}
+
+void FullScreenVideoControl::dataReceive() { }
+
+void FullScreenVideoControl::speedBtnClicked() { sw->toggleAtCursor(currentSpeed); }
+
+void FullScreenVideoControl::recvChangeSpeed(int percent)
+{
+    hideBar();
+    emit speedSetSignal(percent);
+}
+
+void FullScreenVideoControl::openFileBtnTriggered()
+{
+    hideBar();
+    emit openFileBtnSignal();
+}
+
+void FullScreenVideoControl::voiceDelayPlus() { emit voiceDelayPlusSignal(); }
+
+void FullScreenVideoControl::voiceDelayReduce() { emit voiceDelayReduceSignal(); }
+
+// Under the sound menu, yet it cancels the subtitle delay: intended.
+void FullScreenVideoControl::cancelAudioDelay() { emit cancelSubDelaySignal(); }
+
+void FullScreenVideoControl::setAudioDelay()
+{
+    hideBar();
+    emit setAudioDelaySignal();
+}
+
+void FullScreenVideoControl::openSubTitleFile()
+{
+    hideBar();
+    emit openSubTitleFileSignal();
+}
+
+void FullScreenVideoControl::subTitleDelayIncrease() { emit subTitleDelayIncreaseSignal(); }
+
+void FullScreenVideoControl::subTitleDelayReduce() { emit subTitleDelayReduceSignal(); }
+
+void FullScreenVideoControl::cancelSubDelay() { emit cancelSubDelaySignal(); }
+
+void FullScreenVideoControl::delSubTitle() { emit delSubTitleSignal(); }
+
+void FullScreenVideoControl::setSubDelay()
+{
+    hideBar();
+    emit setSubDelaySignal();
+}
+
+void FullScreenVideoControl::subScalePlus() { emit subScalePlusSignal(); }
+
+void FullScreenVideoControl::subScaleReduce() { emit subScaleReduceSignal(); }
+
+void FullScreenVideoControl::subPosUp() { emit subPosUpSignal(); }
+
+void FullScreenVideoControl::subPosDown() { emit subPosDownSignal(); }
+
 #include "moc_fullscreenvideocontrl.cpp"

@@ -131,12 +131,17 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+    // Construction, in this order.
     void setUpWindow();
     void setUpButtons();
     void setUpLabels();
-    void setUpSliders();
+    void setUpSizes();
+    void setUpVoiceSlider();
+    void setUpButtonRow();
     void setUpLayouts();
+    void setUpProcessSlider();
     void setUpTimers();
     void connectAll();
+
     void hideWithSpeedWindow();
 };

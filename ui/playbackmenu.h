@@ -1,5 +1,5 @@
 // The two context menus of the video, in the main window and in the full-screen bar. They share
-// their entries; what differs between them stands in PlaybackMenuSlots.
+// their entries; what differs between them stands in PlaybackMenuKind.
 #pragma once
 
 #include <QMenu>

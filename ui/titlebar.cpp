@@ -1,3 +1,271 @@
 #include "titlebar.h"
 
+#include "common.h"
+#include "dialogs.h"
+#include "settings.h"
+
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPixmap>
+#include <QPushButton>
+#include <QScreen>
+#include <QStyle>
+
+namespace {
+constexpr int kHeight = 30;
+constexpr QSize kIconLabelSize(25, 25);
+constexpr QSize kButtonIconSize(22, 22);
+constexpr QSize kButtonSize(27, 22);
+constexpr QSize kCloseButtonSize(22, 22);
+
+const auto kPinIcon = QStringLiteral(":/image/controlicon/thumbtack1.png");
+const auto kPinnedIcon = QStringLiteral(":/image/controlicon/pinvertical.png");
+const auto kMaximizeIcon = QStringLiteral(":/image/controlicon/max.png");
+const auto kRestoreIcon = QStringLiteral(":/image/controlicon/restore.png");
+
+const auto kPinText = QStringLiteral("总在最前");
+const auto kUnpinText = QStringLiteral("取消最前");
+const auto kSettingsText = QStringLiteral("设置");
+const auto kCloseText = QStringLiteral("关闭");
+
+// The buttons show a picture only; assistive technologies read the same words as the tooltip.
+void setHint(QPushButton *button, const QString &text)
+{
+    button->setToolTip(text);
+    button->setAccessibleName(text);
+}
+} // namespace
+
+TitleBar::TitleBar(QWidget *parent)
+    : QWidget(parent)
+{
+    setFixedHeight(kHeight);
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    screenWidth = screen.width();
+    screenHeight = screen.height();
+    setUpLabels();
+    setUpButtons();
+    setUpLayout();
+    setProperty("titleBar", true);
+    setObjectName(QStringLiteral("titleBar"));
+
+    setDialog = new Settings;
+    connectAll();
+}
+
+TitleBar::~TitleBar() { delete setDialog; }
+
+void TitleBar::setUpLabels()
+{
+    m_iconLabel = new QLabel(this);
+    m_iconLabel->setFixedSize(kIconLabelSize);
+    m_iconLabel->setScaledContents(true);
+    m_iconLabel->move(0, 0);
+
+    m_titleLabel = new QLabel(this);
+    m_titleLabel->setTextFormat(Qt::PlainText); // file names may look like markup
+    m_titleLabel->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    m_titleLabel->setMinimumWidth(
+        1); // a long title is cut instead of pushing the buttons off the bar
+}
+
+void TitleBar::setUpButtons()
+{
+    m_thumbtackBtn = addButton(QString(), kButtonSize, kPinIcon, kPinText);
+    m_memuButton = addButton(QString(), kButtonSize,
+                             QStringLiteral(":/image/controlicon/setmenu.png"), kSettingsText);
+    m_minimizeButton =
+        addButton(QStringLiteral("minimizeButton"), kButtonSize,
+                  QStringLiteral(":/image/controlicon/min.png"), QStringLiteral("最小化"));
+    m_maximizeButton = addButton(QStringLiteral("maximizeButton"), kButtonSize, kMaximizeIcon,
+                                 QStringLiteral("最大化"));
+    m_closeButton = addButton(QStringLiteral("closeButton"), kCloseButtonSize,
+                              QStringLiteral(":/image/controlicon/close.png"), kCloseText);
+}
+
+QPushButton *TitleBar::addButton(const QString &objectName, const QSize &size, const QString &icon,
+                                 const QString &toolTip)
+{
+    auto *button = new QPushButton(this);
+    button->setObjectName(objectName);
+    button->setFixedSize(size);
+    button->setFlat(true);
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setIcon(QIcon(icon));
+    button->setIconSize(kButtonIconSize);
+    setHint(button, toolTip);
+    return button;
+}
+
+void TitleBar::setUpLayout()
+{
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_iconLabel);
+    layout->addStretch(1);
+    layout->addWidget(m_titleLabel);
+    layout->addStretch(1);
+    layout->addWidget(m_thumbtackBtn);
+    layout->addWidget(m_memuButton);
+    layout->addWidget(m_minimizeButton);
+    layout->addWidget(m_maximizeButton);
+    layout->addWidget(m_closeButton);
+}
+
+void TitleBar::connectAll()
+{
+    connect(m_memuButton, SIGNAL(clicked(bool)), this, SLOT(settingsFunc()));
+    connect(m_minimizeButton, SIGNAL(clicked(bool)), this, SLOT(onClicked()));
+    connect(m_maximizeButton, SIGNAL(clicked(bool)), this, SLOT(onClicked()));
+    connect(m_closeButton, SIGNAL(clicked(bool)), this, SLOT(onClicked()));
+    connect(m_thumbtackBtn, SIGNAL(clicked(bool)), this, SLOT(setWindowAlwaysOnTop()));
+    connect(setDialog, SIGNAL(setDecodeFlag()), this, SLOT(sendSetDecodeFlagSignal()));
+    connect(setDialog, SIGNAL(setLastTimeFlag()), this, SLOT(recvSetLastTimeFlagSignal()));
+    connect(setDialog, SIGNAL(setEmptyListExitFlag()), this,
+            SLOT(recvSetEmptyListExitFlagSigbal()));
+}
+
+void TitleBar::setWindowTitle(const QString &title)
+{
+    m_titleLabel->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
+    QPalette colours = m_titleLabel->palette();
+    colours.setColor(QPalette::WindowText, Qt::white);
+    m_titleLabel->setPalette(colours);
+    m_titleLabel->setText(title);
+}
+
+void TitleBar::SetTitleBarIcon(const QString &path) { m_iconLabel->setPixmap(QPixmap(path)); }
+
+void TitleBar::onClicked()
+{
+    // Kept for all bars of the process. It stays 0 when the window is first maximised from the full
+    // width of the screen, and restoring then makes the bar 0 wide: intended.
+    static int normalWidth = 0;
+
+    QWidget *top = window();
+    if (sender() == m_minimizeButton) {
+        top->showMinimized();
+    } else if (sender() == m_maximizeButton) {
+        if (top->isMaximized()) {
+            top->showNormal();
+            setFixedSize(normalWidth, kHeight);
+            m_maximizeButton->setIcon(QIcon(kMaximizeIcon));
+        } else {
+            if (top->width() != screenWidth)
+                normalWidth = top->width();
+            top->showMaximized();
+            setFixedSize(screenWidth, kHeight);
+            m_maximizeButton->setIcon(QIcon(kRestoreIcon));
+        }
+    } else if (sender() == m_closeButton) {
+        top->close();
+    }
+}
+
+void TitleBar::setWindowAlwaysOnTop()
+{
+    static bool fixedFlag = false; // kept for all bars of the process: intended
+
+    if (!fixedFlag) {
+        m_thumbtackBtn->setIcon(QIcon(kPinnedIcon));
+        setHint(m_thumbtackBtn, kUnpinText);
+        emit setWindowAlwaysOnTopSignal(true);
+    } else {
+        m_thumbtackBtn->setIcon(QIcon(kPinIcon));
+        setHint(m_thumbtackBtn, kPinText);
+        emit setWindowAlwaysOnTopSignal(false);
+    }
+    fixedFlag = !fixedFlag;
+}
+
+void TitleBar::settingsFunc() { execAboveMainWindow(*setDialog); }
+
+void TitleBar::sendSetDecodeFlagSignal() { emit decodeSetSignal(); }
+
+void TitleBar::recvSetLastTimeFlagSignal()
+{
+    setDefaultConfig(QString::number(lastTimePlayFlag), SettingDefaultLastTime);
+}
+
+void TitleBar::recvSetEmptyListExitFlagSigbal()
+{
+    setDefaultConfig(QString::number(emptyListCheckFlag), SettingEmptyListExit);
+}
+
+void TitleBar::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton) {
+        m_leftButtonPressed = true;
+        m_start = event->globalPos();
+    } else if (event->button() == Qt::RightButton) {
+        event->ignore();
+    }
+}
+
+// Also moves a maximised window: intended.
+void TitleBar::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_leftButtonPressed || !parentWidget())
+        return;
+    parentWidget()->move(parentWidget()->geometry().topLeft() + event->globalPos() - m_start);
+    m_start = event->globalPos();
+}
+
+void TitleBar::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton)
+        m_leftButtonPressed = false;
+}
+
+void TitleBar::mouseDoubleClickEvent(QMouseEvent *) { m_maximizeButton->click(); }
+
+void TitleBar::contextMenuEvent(QContextMenuEvent *)
+{
+    QMenu menu;
+    menu.setTitle(QStringLiteral("rBtnContexMenu"));
+    const bool pinned = m_thumbtackBtn->toolTip() != kPinText;
+    connect(menu.addAction(kSettingsText), SIGNAL(triggered()), this, SLOT(settingsFunc()));
+    connect(menu.addAction(pinned ? kUnpinText : kPinText), SIGNAL(triggered()), this,
+            SLOT(setWindowAlwaysOnTop()));
+    connect(menu.addAction(kCloseText), SIGNAL(triggered()), window(), SLOT(close()));
+    menu.exec(QCursor::pos());
+}
+
+void TitleBar::updateMaximize()
+{
+    const bool maximized = window()->isMaximized();
+    setHint(m_maximizeButton, maximized ? tr("Restore") : tr("Maximize"));
+    m_maximizeButton->setProperty(
+        "maximizeProperty", maximized ? QStringLiteral("restore") : QStringLiteral("maximize"));
+    m_maximizeButton->setStyle(QApplication::style()); // style sheets may be keyed on the property
+}
+
+// Serves a window whose filter the bar is. The player installs it on none: intended.
+bool TitleBar::eventFilter(QObject *watched, QEvent *event)
+{
+    auto *widget = qobject_cast<QWidget *>(watched);
+    if (!widget)
+        return QWidget::eventFilter(watched, event);
+    switch (event->type()) {
+    case QEvent::WindowTitleChange:
+        m_titleLabel->setText(widget->windowTitle());
+        return true;
+    case QEvent::WindowIconChange:
+        m_iconLabel->setPixmap(widget->windowIcon().pixmap(m_iconLabel->size()));
+        return true;
+    case QEvent::WindowStateChange:
+    case QEvent::Resize:
+        updateMaximize();
+        return true;
+    default:
+        return QWidget::eventFilter(watched, event);
+    }
+}
+
 #include "moc_titlebar.cpp"

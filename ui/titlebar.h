@@ -57,6 +57,10 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+    void setUpLabels();
+    void setUpButtons();
+    void setUpLayout();
+    void connectAll();
     void updateMaximize();
     QPushButton *addButton(const QString &objectName, const QSize &size, const QString &icon,
                            const QString &toolTip);

@@ -1,0 +1,43 @@
+# shellcheck shell=bash disable=SC2034 # the lists are used by the scripts that source this file
+# Every Debian package that the two commands may install, in one place.
+# "a|b" means: any of these will do; "a" is installed when none of them is there.
+
+# Compiler, build tools and Qt.
+build_packages=(
+    g++
+    cmake
+    ninja-build
+    qtbase5-dev
+    qtmultimedia5-dev
+)
+
+# What the player needs when it runs: the engine, ffprobe (and ffmpeg for the clip made by ./play),
+# letters for the Chinese texts.
+run_packages=(
+    mplayer
+    ffmpeg
+    'fonts-wqy-microhei|fonts-noto-cjk|fonts-wqy-zenhei'
+    x11-utils
+)
+
+# A virtual display with a window manager, for machines without a screen.
+virtual_display_packages=(
+    xvfb
+    openbox
+)
+
+# What the tests add: looking at windows and pictures, pressing keys, a private sound server,
+# a private install root.
+test_packages=(
+    xdotool
+    wmctrl
+    imagemagick
+    bubblewrap
+    sox
+    librsvg2-bin
+)
+
+# The sound server of the sound tests. It conflicts with PipeWire's replacement for it, and a
+# desktop's sound must not be taken away for a test: there these tests do without.
+sound_server_package=pulseaudio
+sound_server_conflicts=(pipewire-alsa pipewire-audio)

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -63,9 +64,16 @@ bool takeOverOwner(const QFile &old, const QSaveFile &replacement)
     return fchown(replacement.handle(), before.st_uid, before.st_gid) == 0;
 }
 
+// Writes in place. Room is reserved first, so that a full disk leaves the old list.
 bool overwrite(QFile &file, const QByteArray &content)
 {
-    return file.resize(0) && file.seek(0) && file.write(content) == content.size() && file.flush();
+    const qint64 oldSize = file.size();
+    if (posix_fallocate(file.handle(), 0, content.size()) != 0) {
+        file.resize(oldSize);
+        return false;
+    }
+    return file.seek(0) && file.write(content) == content.size() && file.flush() &&
+        file.resize(content.size());
 }
 
 // Gives the opened file new content in one step, so that a crash, a kill or a full disk leaves the
@@ -78,15 +86,11 @@ bool replaceContent(QFile &file, const QByteArray &content)
     QSaveFile replacement(target);
     if (!replacement.open(QIODevice::WriteOnly))
         return !canCreateFilesBeside(target) && overwrite(file, content);
-    if (!takeOverOwner(file, replacement)) {
-        replacement.cancelWriting();
+    if (!takeOverOwner(file, replacement))
         return overwrite(file, content);
-    }
-    // A short write is remembered and makes commit() fail.
-    replacement.write(content);
-    if (replacement.commit())
-        return true;
-    return replacement.error() == QFileDevice::RenameError && overwrite(file, content);
+    if (replacement.write(content) != content.size() || !replacement.flush())
+        return false;
+    return replacement.commit() || overwrite(file, content);
 }
 
 // Both the list and the search know a local address by its plain path. Anything that begins with

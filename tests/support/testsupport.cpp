@@ -48,22 +48,21 @@ void writeFile(const QString &path, const QByteArray &content)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        file.write(content) != content.size())
         qFatal("cannot write %s", qPrintable(path));
 }
 
 InstallRoot::InstallRoot()
     : previousStartPath(startPath)
 {
-    if (!dir.isValid() || !QDir(dir.path()).mkpath("files/bin") || !QDir(dir.path()).mkpath("files/config"))
+    if (!dir.isValid() || !QDir(dir.path()).mkpath("files/bin") ||
+        !QDir(dir.path()).mkpath("files/config"))
         qFatal("cannot make a temporary install root");
     startPath = dir.path();
 }
 
-InstallRoot::~InstallRoot()
-{
-    startPath = previousStartPath;
-}
+InstallRoot::~InstallRoot() { startPath = previousStartPath; }
 
 namespace {
 QMutex logMutex;
@@ -87,10 +86,7 @@ LogCapture::LogCapture()
     previousHandler = qInstallMessageHandler(collect);
 }
 
-LogCapture::~LogCapture()
-{
-    qInstallMessageHandler(previousHandler);
-}
+LogCapture::~LogCapture() { qInstallMessageHandler(previousHandler); }
 
 QStringList LogCapture::lines() const
 {
@@ -119,10 +115,7 @@ PathPrefix::PathPrefix(const QString &folder)
     qputenv("PATH", QFile::encodeName(folder) + ':' + previous);
 }
 
-PathPrefix::~PathPrefix()
-{
-    qputenv("PATH", previous);
-}
+PathPrefix::~PathPrefix() { qputenv("PATH", previous); }
 
 EnvironmentVariable::EnvironmentVariable(const char *variable, const QByteArray &value)
     : name(variable)

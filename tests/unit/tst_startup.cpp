@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <optional>
 #include <sys/wait.h>
+#include <unistd.h>
 
 // The URLs of the command line are kept for the life of the program on purpose.
 extern "C" const char *__lsan_default_suppressions();
@@ -388,20 +389,21 @@ void TestStartup::fallBack()
 }
 
 // Start-up's way from the command line to the list, printed.
-static int printLocations(int argc, char *argv[])
+[[noreturn]] static void printLocations(int argc, char *argv[])
 {
     QApplication application(argc, argv);
     storeCommandLineLocations(argc, argv);
     for (const QString &location : storedLocations())
         puts(location.toLocal8Bit().constData());
-    return 0;
+    fflush(stdout);
+    _exit(0); // what Qt's plug-ins leave behind is nothing to look at here
 }
 
 int main(int argc, char *argv[])
 {
     if (argc > 1 && qstrcmp(argv[1], "--print-locations") == 0) {
         argv[1] = argv[0];
-        return printLocations(argc - 1, argv + 1);
+        printLocations(argc - 1, argv + 1);
     }
     QCoreApplication application(argc, argv);
     TestStartup test;

@@ -381,6 +381,8 @@ void TestMainWindowLayout::geometry()
     QFETCH(int, titleWidth);
     TestWindow window(nullptr);
     show(window);
+    window.move(0, 0); // where the window manager leaves every size
+    QTRY_COMPARE(window.pos(), QPoint(0, 0));
     resizeTo(window, 960, 580);
     resizeTo(window, size.width(), size.height());
     QCOMPARE(geometryOf(window.ui->playWidget), playArea);

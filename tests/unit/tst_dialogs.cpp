@@ -1,0 +1,193 @@
+#include "dialogs.h"
+#include "testsupport.h"
+#include "whenopen.h"
+
+#include <QAbstractButton>
+#include <QProcess>
+#include <QPushButton>
+#include <QWindow>
+#include <QtTest>
+
+namespace {
+// The ids of all managed windows, lowest first.
+QList<WId> stacking()
+{
+    QProcess xprop;
+    xprop.start("xprop", {"-root", "_NET_CLIENT_LIST_STACKING"});
+    xprop.waitForFinished();
+    const QString output = QString::fromLatin1(xprop.readAllStandardOutput());
+    QList<WId> ids;
+    for (const QString &word : output.section('#', 1).split(',', Qt::SkipEmptyParts))
+        ids << word.trimmed().toULongLong(nullptr, 16);
+    return ids;
+}
+
+bool isAbove(const QWidget *upper, const QWidget *lower)
+{
+    const QList<WId> ids = stacking();
+    const int low = ids.indexOf(lower->internalWinId());
+    return low >= 0 && ids.indexOf(upper->internalWinId()) > low;
+}
+} // namespace
+
+class TestDialogs : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void noticeShowsTitleTextAndButton();
+    void noticeReturnsTheButton_data();
+    void noticeReturnsTheButton();
+    void escapeAnswersNo();
+    void dialogOpensAboveThePinnedWindow();
+    void noticeOpensAboveThePinnedWindow();
+    void execReturnsTheResult();
+    void ownerWithoutHandle();
+    void ownerThatIsGone();
+    void noOwner();
+};
+
+void TestDialogs::init() { resetSharedState(); }
+
+void TestDialogs::cleanup() { setDialogOwner(nullptr); }
+
+void TestDialogs::noticeShowsTitleTextAndButton()
+{
+    WhenModal open([](QWidget *widget) {
+        auto *box = qobject_cast<QMessageBox *>(widget);
+        QVERIFY(box);
+        QCOMPARE(box->windowTitle(), QString("提示"));
+        QCOMPARE(box->text(), QString("视频解析失败!"));
+        QCOMPARE(box->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
+        QCOMPARE(box->buttons().size(), 1);
+        QVERIFY(!box->parentWidget());
+        QVERIFY(box->isModal());
+        box->button(QMessageBox::Ok)->click();
+    });
+    QCOMPARE(showNotice("视频解析失败!"), QMessageBox::Ok);
+    QVERIFY(open.happened());
+}
+
+void TestDialogs::noticeReturnsTheButton_data()
+{
+    QTest::addColumn<int>("button");
+    QTest::newRow("yes") << int(QMessageBox::Yes);
+    QTest::newRow("no") << int(QMessageBox::No);
+}
+
+void TestDialogs::noticeReturnsTheButton()
+{
+    QFETCH(int, button);
+    WhenModal open([button](QWidget *widget) {
+        auto *box = qobject_cast<QMessageBox *>(widget);
+        QVERIFY(box);
+        QCOMPARE(box->standardButtons(), QMessageBox::Yes | QMessageBox::No);
+        box->button(QMessageBox::StandardButton(button))->click();
+    });
+    QCOMPARE(int(showNotice("是否清空当前列表?", QMessageBox::Yes | QMessageBox::No)), button);
+    QVERIFY(open.happened());
+}
+
+void TestDialogs::escapeAnswersNo()
+{
+    WhenModal open([](QWidget *widget) { QTest::keyClick(widget, Qt::Key_Escape); });
+    QCOMPARE(showNotice("?", QMessageBox::Yes | QMessageBox::No), QMessageBox::No);
+    QVERIFY(open.happened());
+}
+
+void TestDialogs::dialogOpensAboveThePinnedWindow()
+{
+    QWidget host;
+    host.setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    host.setGeometry(200, 100, 900, 600);
+    host.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&host));
+    setDialogOwner(&host);
+
+    QDialog dialog;
+    dialog.resize(300, 200);
+    for (int i = 0; i < 2; ++i) { // a dialog that is used again must come up above again
+        WhenModal open([&](QWidget *widget) {
+            QCOMPARE(widget, &dialog);
+            QCOMPARE(dialog.windowHandle()->transientParent(), host.windowHandle());
+            QVERIFY(!dialog.parentWidget());
+            QTRY_VERIFY(isAbove(&dialog, &host));
+            dialog.accept();
+        });
+        QCOMPARE(execAboveMainWindow(dialog), int(QDialog::Accepted));
+        QVERIFY(open.happened());
+    }
+}
+
+void TestDialogs::noticeOpensAboveThePinnedWindow()
+{
+    QWidget host;
+    host.setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    host.setGeometry(0, 0, 1280, 800);
+    host.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&host));
+    setDialogOwner(&host);
+
+    WhenModal open([&](QWidget *box) {
+        QTRY_VERIFY(isAbove(box, &host));
+        box->close();
+    });
+    QCOMPARE(showNotice("提示"), QMessageBox::Ok);
+    QVERIFY(open.happened());
+}
+
+void TestDialogs::execReturnsTheResult()
+{
+    QDialog dialog;
+    WhenModal open([&](QWidget *) { dialog.done(17); });
+    QCOMPARE(execAboveMainWindow(dialog), 17);
+    QVERIFY(open.happened());
+}
+
+void TestDialogs::ownerWithoutHandle()
+{
+    QWidget host; // never shown
+    setDialogOwner(&host);
+    QVERIFY(!host.windowHandle());
+    QDialog dialog;
+    WhenModal open([&](QWidget *) {
+        QVERIFY(!dialog.windowHandle()->transientParent());
+        dialog.reject();
+    });
+    QCOMPARE(execAboveMainWindow(dialog), int(QDialog::Rejected));
+    QVERIFY(open.happened());
+}
+
+void TestDialogs::ownerThatIsGone()
+{
+    auto *host = new QWidget;
+    host->winId();
+    setDialogOwner(host);
+    delete host;
+    QDialog dialog;
+    WhenModal open([&](QWidget *) {
+        QVERIFY(!dialog.windowHandle()->transientParent());
+        dialog.accept();
+    });
+    QCOMPARE(execAboveMainWindow(dialog), int(QDialog::Accepted));
+    QVERIFY(open.happened());
+}
+
+void TestDialogs::noOwner()
+{
+    QWidget host;
+    host.winId();
+    setDialogOwner(&host);
+    setDialogOwner(nullptr);
+    QDialog dialog;
+    WhenModal open([&](QWidget *) {
+        QVERIFY(!dialog.windowHandle()->transientParent());
+        dialog.accept();
+    });
+    QCOMPARE(execAboveMainWindow(dialog), int(QDialog::Accepted));
+    QVERIFY(open.happened());
+}
+
+QTEST_MAIN(TestDialogs)
+#include "tst_dialogs.moc"

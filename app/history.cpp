@@ -10,6 +10,7 @@
 #include <QSaveFile>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include <fcntl.h>
@@ -64,14 +65,13 @@ bool takeOverOwner(const QFile &old, const QSaveFile &replacement)
     return fchown(replacement.handle(), before.st_uid, before.st_gid) == 0;
 }
 
-// Writes in place. Room is reserved first, so that a full disk leaves the old list.
+// Writes in place. Room is reserved first (where the disk can), so that a full one leaves the old
+// list.
 bool overwrite(QFile &file, const QByteArray &content)
 {
-    const qint64 oldSize = file.size();
-    if (posix_fallocate(file.handle(), 0, content.size()) != 0) {
-        file.resize(oldSize);
+    const int reserved = fallocate(file.handle(), FALLOC_FL_KEEP_SIZE, 0, content.size());
+    if (reserved != 0 && (errno == ENOSPC || errno == EDQUOT))
         return false;
-    }
     return file.seek(0) && file.write(content) == content.size() && file.flush() &&
         file.resize(content.size());
 }

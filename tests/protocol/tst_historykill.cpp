@@ -1,0 +1,282 @@
+// No list is ever lost: a process that adds entries and saves positions is killed at every system
+// call it makes, and then over and over at random moments. The file must hold the list of before or
+// after the interrupted step, byte for byte.
+#include "common.h"
+#include "testsupport.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QThread>
+#include <QtTest>
+
+#include <csignal>
+#include <functional>
+
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+using Entries = QVector<HistoryAddrList>;
+
+void silence(QtMsgType, const QMessageLogContext &, const QString &) { }
+
+Entries currentEntries()
+{
+    Entries entries;
+    std::copy_n(addrlist, addrNum, std::back_inserter(entries));
+    return entries;
+}
+
+// What a file with these entries holds; without entries it is empty.
+QByteArray contentFor(const Entries &entries)
+{
+    if (entries.isEmpty())
+        return QByteArray();
+    QJsonArray array;
+    for (const HistoryAddrList &entry : entries)
+        array.append(entryToJson(entry));
+    return QJsonDocument(QJsonObject{{"settings", array}}).toJson();
+}
+
+void load(const QString &path)
+{
+    resetSharedState();
+    defaultPlayPath = path;
+    readJsonConfig(path);
+}
+
+// The work of the process that gets killed: every third step adds an entry, the others save a
+// position. It depends on the step's number and the list only, so the parent can foresee it.
+void takeStep(int step)
+{
+    if (step % 3 == 0 || addrNum == 0) {
+        ::videoInfo.width = step;
+        ::videoInfo.frame = 23.976f;
+        addToAddrList(QStringLiteral("/films/step %1.mkv").arg(step));
+    } else {
+        saveLastPlayTime(step * 7 % addrNum, step);
+    }
+}
+
+// All that the file may hold when a step from the list at path was cut short: that list, the one
+// after the step, and with a full list the one that has made room for the new entry.
+QList<QByteArray> allowedContents(const QString &path, int step)
+{
+    load(path);
+    const Entries before = currentEntries();
+    takeStep(step);
+    const Entries after = currentEntries();
+    QList<QByteArray> allowed{contentFor(before), contentFor(after)};
+    if (before.size() == kHistoryCapacity && after.last().addr != before.last().addr)
+        allowed << contentFor(before.mid(1));
+    return allowed;
+}
+
+int workUntilKilled(const QString &path, int step)
+{
+    qInstallMessageHandler(silence);
+    load(path);
+    for (;; ++step) {
+        takeStep(step);
+        // A byte for each step that is done.
+        if (write(STDOUT_FILENO, "x", 1) != 1)
+            return 1;
+    }
+}
+
+// Runs work in a copy of this process and kills it at its system call number count (entries and
+// returns are counted). Returns false when the work was done before.
+bool killAtSystemCall(int count, const std::function<void()> &work)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        raise(SIGSTOP);
+        work();
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_EXITKILL);
+    for (int i = 0; i < count && WIFSTOPPED(status); ++i) {
+        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+        waitpid(child, &status, 0);
+    }
+    if (!WIFSTOPPED(status))
+        return false;
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+    return true;
+}
+
+// Killed between naming the new list and moving it into place, a process leaves it behind. Copies
+// of one process draw the same random names and would run out of them.
+void removeLeftovers(const QString &path)
+{
+    QDir folder = QFileInfo(path).dir();
+    for (const QString &name : folder.entryList({QFileInfo(path).fileName() + ".??????"}))
+        folder.remove(name);
+}
+
+bool canTrace()
+{
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+void fillAddrList(int count)
+{
+    for (int i = 0; i < count; ++i) {
+        addrlist[i].addr = QStringLiteral("/films/%1.mkv").arg(i);
+        addrlist[i].label = QStringLiteral("%1.mkv").arg(i);
+        addrlist[i].last_play_time = i;
+    }
+    addrNum = count;
+}
+} // namespace
+
+class TestHistoryKill : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void killedAtEverySystemCall_data();
+    void killedAtEverySystemCall();
+    void killedAtRandom_data();
+    void killedAtRandom();
+
+private:
+    QScopedPointer<InstallRoot> root;
+    QScopedPointer<LogCapture> log;
+};
+
+void TestHistoryKill::init()
+{
+    resetSharedState();
+    root.reset(new InstallRoot);
+    log.reset(new LogCapture);
+}
+
+void TestHistoryKill::cleanup()
+{
+    log.reset();
+    root.reset();
+}
+
+void TestHistoryKill::killedAtEverySystemCall_data()
+{
+    QTest::addColumn<int>("entries");
+    QTest::addColumn<int>("step");
+    QTest::newRow("first entry") << 0 << 0;
+    QTest::newRow("another entry") << 3 << 0;
+    QTest::newRow("position") << 3 << 4;
+    QTest::newRow("entry in a full list") << 999 << 0;
+    QTest::newRow("position in a full list") << 999 << 4;
+}
+
+void TestHistoryKill::killedAtEverySystemCall()
+{
+    if (!canTrace())
+        QSKIP("processes may not be traced here");
+    QFETCH(int, entries);
+    QFETCH(int, step);
+    const QString path = root->historyFile();
+    fillAddrList(entries);
+    const QByteArray before = contentFor(currentEntries());
+    writeFile(path, before);
+    const QList<QByteArray> allowed = allowedContents(path, step);
+    QCOMPARE(allowed.first(), before);
+
+    int kills = 0;
+    int changes = 0;
+    bool killed = true;
+    for (int count = 1; killed; ++count) {
+        removeLeftovers(path);
+        writeFile(path, before);
+        load(path);
+        killed = killAtSystemCall(count, [step] {
+            qInstallMessageHandler(silence);
+            takeStep(step);
+        });
+        const QByteArray content = readFile(path);
+        QVERIFY2(allowed.contains(content),
+                 qPrintable(QString("killed at %1: %2 bytes").arg(count).arg(content.size())));
+        kills += killed;
+        changes += content != before;
+    }
+    // The last run was not killed. The others were on both sides of the change.
+    QCOMPARE(readFile(path), allowed.at(1));
+    QVERIFY(changes > 1);
+    QVERIFY(kills > changes);
+}
+
+void TestHistoryKill::killedAtRandom_data()
+{
+    QTest::addColumn<int>("entries");
+    QTest::newRow("short list") << 0;
+    QTest::newRow("long list, soon full") << 990;
+}
+
+void TestHistoryKill::killedAtRandom()
+{
+    QFETCH(int, entries);
+    const int rounds = (qEnvironmentVariableIntValue("PLAYER_LONG_TESTS") != 0 ? 500 : 50) / 2;
+    const QString path = root->historyFile();
+    const QString model = path + ".model";
+    fillAddrList(entries);
+    writeFile(path, contentFor(currentEntries()));
+
+    QRandomGenerator random(4711);
+    int step = 0;
+    for (int round = 0; round < rounds; ++round) {
+        writeFile(model, readFile(path));
+        QProcess worker;
+        worker.start(QCoreApplication::applicationFilePath(),
+                     {"--child", path, QString::number(step)});
+        // Killed at no particular moment once it is at work.
+        QVERIFY(worker.waitForReadyRead(30000));
+        QThread::usleep(random.bounded(20000));
+        worker.kill();
+        QVERIFY(worker.waitForFinished(30000));
+        QCOMPARE(worker.exitStatus(), QProcess::CrashExit);
+        const int done = worker.readAll().size();
+        QVERIFY(done > 0);
+
+        const QByteArray content = readFile(path);
+        load(model);
+        for (int i = 0; i < done; ++i, ++step)
+            takeStep(step);
+        QVERIFY2(allowedContents(model, step).contains(content),
+                 qPrintable(QString::number(round)));
+        // The interrupted step is not repeated.
+        ++step;
+
+        load(path);
+        QCOMPARE(contentFor(currentEntries()), content);
+    }
+}
+
+int main(int argc, char *argv[])
+{
+    if (argc == 4 && qstrcmp(argv[1], "--child") == 0)
+        return workUntilKilled(QFile::decodeName(argv[2]), QByteArray(argv[3]).toInt());
+    // A kill is no loss of power: memory shows the same as a disk, and sooner.
+    if (QFileInfo("/dev/shm").isWritable())
+        qputenv("TMPDIR", "/dev/shm");
+    QCoreApplication application(argc, argv);
+    TestHistoryKill test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_historykill.moc"

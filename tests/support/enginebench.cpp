@@ -170,9 +170,23 @@ QByteArray StandInEngine::input() const { return last().input; }
 
 void StandInEngine::clear() { QFile::remove(standinFolder + "/log"); }
 
+void StandInEngine::setSeenAs(const QString &name, const QByteArray &environment)
+{
+    programName = name;
+    environmentMark = environment;
+}
+
 QList<qint64> StandInEngine::runningEngines() const
 {
-    const QList<qint64> found = Processes::withProgram(QFile::encodeName(programName));
+    QList<qint64> found = Processes::withProgram(QFile::encodeName(programName));
+    if (!environmentMark.isEmpty()) {
+        QList<qint64> own;
+        for (qint64 pid : Processes::withEnvironment(environmentMark)) {
+            if (found.contains(pid))
+                own << pid;
+        }
+        found = own;
+    }
     QList<qint64> engines;
     for (qint64 pid : found) {
         // The reader of the input looks like an engine until it has become its own program.

@@ -93,8 +93,9 @@ public:
     // Where the record and the script lie. When the root is not writable or is bound elsewhere,
     // give this as STANDIN_DIR in the player's environment.
     QString folder() const { return standinFolder; }
-    // The program as the player calls it, when the root is bound to another place for it.
-    void setProgramName(const QString &name) { programName = name; }
+    // The program as the player calls it, when the root is bound to another place for it; all that
+    // is bound there is told apart by a "NAME=value" of the environment.
+    void setSeenAs(const QString &name, const QByteArray &environment);
 
 private:
     void add(const QByteArray &statement);
@@ -104,5 +105,6 @@ private:
     QString standinFolder;
     QString program;
     QString programName;
+    QByteArray environmentMark;
     QByteArrayList script;
 };

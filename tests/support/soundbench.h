@@ -1,0 +1,38 @@
+// A sound server of the test's own, with one silent output whose sound can be recorded.
+//
+//     PrivatePulse pulse;                 // PULSE_SERVER points to it while it lives
+//     QVERIFY(pulse.isRunning());
+//     ... play a clip with a 440 Hz tone ...
+//     QByteArray sound = pulse.record(1000);
+//     QVERIFY(PrivatePulse::level(sound) > 0.05);
+//     QCOMPARE(qRound(PrivatePulse::frequency(sound) / 20), 440 / 20);
+#pragma once
+
+#include "testsupport.h"
+
+#include <QByteArray>
+#include <QProcess>
+#include <QScopedPointer>
+#include <QTemporaryDir>
+
+class PrivatePulse {
+public:
+    static const int rate = 44100;
+
+    PrivatePulse();
+    ~PrivatePulse();
+
+    bool isRunning() const;
+    // What is played during the next ms milliseconds: 16 bit, one channel, rate samples a second.
+    QByteArray record(int ms) const;
+    // How many streams are being played now.
+    int streams() const;
+
+    static double level(const QByteArray &sound); // root mean square, 0..1; a full sine has 0.707
+    static double frequency(const QByteArray &sound); // the strongest of 50..5000 Hz; 0 for silence
+
+private:
+    QTemporaryDir dir;
+    QProcess server;
+    QScopedPointer<EnvironmentVariable> variable;
+};

@@ -178,6 +178,10 @@ void MainWindow::setUpSliders()
 void MainWindow::setUpPlayArea()
 {
     ui->playWidget->setStyleSheet("background-color:black");
+    // The X11 window is made where it will be shown. Were it moved there later, the answer to that
+    // move could reach Qt while the window manager puts its frame around the window, and Qt would
+    // take it for being at 0, 0: the first drag would make it jump.
+    centre();
     playinglist.widID = ui->playWidget->winId();
     qDebug() << "winid is " << playinglist.widID;
     playinglist.process_mplayer = new EngineProcess;

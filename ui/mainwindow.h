@@ -173,6 +173,7 @@ private:
     void addToList();
 
     // Layout.
+    void centre();
     void layOutPlayArea();
     void layOutButtonRow(int sliderY);
     void putListInPlace();

@@ -96,6 +96,11 @@ void MainWindow::putListInPlace()
 void MainWindow::showEvent(QShowEvent *event)
 {
     QMainWindow::showEvent(event);
+    centre();
+}
+
+void MainWindow::centre()
+{
     move((screenWidth - width()) / 2, (screenHeight - height()) / 2);
 }
 

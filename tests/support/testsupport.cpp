@@ -7,11 +7,6 @@
 #include <QFileInfo>
 #include <QtTest>
 
-// Qt's GLib event dispatcher can miss the wake-up for X events that arrive while it delivers posted
-// ones; they then wait for the next wake-up. A running program soon has one, a test that waits in
-// silence has none. The player itself is run with the dispatcher it has on a desktop.
-[[maybe_unused]] static const bool plainDispatcher = qputenv("QT_NO_GLIB", "1");
-
 void resetSharedState()
 {
     startPath.clear();

@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMediaPlayer>
+#include <QProcess>
 #include <QPushButton>
 #include <QToolButton>
 #include <QtTest>
@@ -82,13 +83,22 @@ void TestMainWindowLayout::show(TestWindow &window)
 {
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window)); // the window manager has done its part
 }
 
+// Waits until the window has the size at the X server too, and the layout has followed; the answer
+// to an earlier resize may still be on its way.
 void TestMainWindowLayout::resizeTo(TestWindow &window, int width, int height)
 {
     window.resize(width, height);
-    QTRY_COMPARE(window.size(), QSize(width, height));
-    QCoreApplication::processEvents();
+    const QString wanted = QString("%1x%2").arg(width).arg(height);
+    QTRY_VERIFY([&] {
+        QProcess xwininfo;
+        xwininfo.start("xwininfo", {"-id", QString::number(window.winId())});
+        return xwininfo.waitForFinished() && xwininfo.readAll().contains("-geometry " + wanted.toLatin1());
+    }());
+    QTRY_VERIFY(window.size() == QSize(width, height)
+                && (fullScreenFlag || window.ui->playBtn->x() == (width - 50) / 2 - 100));
 }
 
 void TestMainWindowLayout::formHoldsAllWidgets_data()

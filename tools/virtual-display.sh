@@ -220,6 +220,16 @@ await_picture() {
     done
 }
 
+# What the player's and the engine's libraries keep while they run is kept in a folder of ours, when
+# the person has no session that offers one.
+ensure_runtime_folder() {
+    if [ ! -d "${XDG_RUNTIME_DIR:-/run/user/$person_uid}" ]; then
+        mkdir -m 700 "$scratch/run"
+        [ ${#person_prefix[@]} -eq 0 ] || chown "$person_uid:$person_gid" "$scratch/run"
+        export XDG_RUNTIME_DIR=$scratch/run
+    fi
+}
+
 # The engine must not start a sound server that would outlive us.
 leave_sound_servers_alone() {
     if [ -z "${PULSE_SERVER:-}" ] && [ ! -S "${XDG_RUNTIME_DIR:-/run/user/$person_uid}/pulse/native" ]; then
@@ -255,6 +265,7 @@ play_on_virtual_display() {
         mkdir -m 777 "$HOME"
         person_prefix+=(${person_prefix[@]+"HOME=$HOME"})
     fi
+    ensure_runtime_folder
     leave_sound_servers_alone
     start_display
     start "$scratch/player.log" env -u WAYLAND_DISPLAY -u QT_QPA_PLATFORMTHEME QT_QPA_PLATFORM=xcb "$player" "$@"

@@ -134,12 +134,12 @@ ensure_packages() {
             "$by_hand"
 }
 
-# The folder must be ours to write before anything is built in it.
+# The folder and what is in it must be ours to write before anything is built in it.
 ensure_writable() {
     local folder=$1
     if ! "${build_prefix[@]}" mkdir -p "$folder" 2>/dev/null ||
-        ! "${build_prefix[@]}" test -w "$folder"; then
-        fail "cannot write to $folder." \
+        [ -n "$("${build_prefix[@]}" find "$folder" ! -type l ! -writable -print -quit 2>&1)" ]; then
+        fail "cannot write to $folder, or to something in it." \
             "make it yours (sudo chown -R $person_name '$folder'), or copy the sources to a folder of yours."
     fi
 }

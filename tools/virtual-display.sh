@@ -167,23 +167,19 @@ picture_is_there() {
             END { exit !(lit >= 13 && (!colourful || (red && green && blue))) }'
 }
 
-# The player's main window, to take its picture; the whole display when there is none.
-find_player_window() {
-    local id
-    area=1280x800
-    origin=0,0
-    for id in $(xprop -root _NET_CLIENT_LIST 2>/dev/null | grep -o '0x[0-9a-f]*'); do
-        if xprop -id "$id" WM_CLASS WM_NAME 2>/dev/null | tr -d '\n' | grep -q 'tarnivo-player.*"MainWindow"'; then
-            window_area "$id"
+# find_window TITLE: sets window.
+find_window() {
+    for window in $(xprop -root _NET_CLIENT_LIST 2>/dev/null | grep -o '0x[0-9a-f]*'); do
+        if [ "$(xprop -id "$window" -notype _NET_WM_NAME 2>/dev/null)" = "_NET_WM_NAME = \"$1\"" ]; then
             return
         fi
     done
+    return 1
 }
 
-# save_screenshot WHICH: "window" or "display".
+# save_screenshot WHICH: "window" for the player's own, "display" for everything.
 save_screenshot() {
-    find_player_window
-    if [ "$1" = display ]; then
+    if [ "$1" = display ] || ! find_window MainWindow || ! window_area "$window"; then
         area=1280x800
         origin=0,0
     fi
@@ -195,10 +191,14 @@ save_screenshot() {
     printf '%s\n' "$screenshot"
 }
 
+last_messages() {
+    grep -v '^ ' "$scratch/player.log" | tail -n 15 >&2 || true
+}
+
 no_picture() {
     say "no picture came: $1"
     say "the player's last messages:"
-    tail -n 15 "$scratch/player.log" >&2
+    last_messages
     say "what the virtual display shows:"
     save_screenshot display
     fail "playing failed." \
@@ -207,12 +207,13 @@ no_picture() {
 
 # Waits until the engine shows a picture.
 await_picture() {
-    local wanted=$1 colourful=$2 deadline=$((SECONDS + picture_deadline)) engine_was_seen=
+    local wanted=$1 colourful=$2 deadline=$((SECONDS + picture_deadline))
     until find_engine "$wanted" && picture_is_there "$colourful"; do
         is_running "$player_pid" || no_picture "the player ended by itself."
-        if find_engine ""; then
-            engine_was_seen=1
-        elif [ -n "$engine_was_seen" ] && ! wait_for 3 find_engine ""; then
+        if find_window 提示; then
+            no_picture "the player asks something, and nobody is there to answer."
+        fi
+        if grep -q '^arglist:' "$scratch/player.log" && ! wait_for 3 find_engine ""; then
             no_picture "the engine ended before it showed one."
         fi
         [ $SECONDS -lt $deadline ] || no_picture "$picture_deadline s have passed."
@@ -280,7 +281,7 @@ play_on_virtual_display() {
         sleep 0.2
     done
     is_running "$player_pid" || {
-        tail -n 15 "$scratch/player.log" >&2
+        last_messages
         fail "the player ended by itself while it played (its last messages are above)."
     }
     end_process "$player_pid"

@@ -70,6 +70,7 @@ void TestMainWindowLayout::init()
     resetSharedState();
     root.reset(new InstallRoot);
     defaultPlayPath = root->historyFile();
+    defaultVolum = 0; // any other shows a notice soon after the first layout
     screenShotPath = root->path() + "/shots/";
     QDir().mkpath(screenShotPath);
 }
@@ -84,7 +85,6 @@ void TestMainWindowLayout::show(TestWindow &window)
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     QVERIFY(QTest::qWaitForWindowActive(&window)); // the window manager has done its part
-    QTRY_VERIFY(!window.volumSliderTimer->isActive()); // so has the volume's first notice
 }
 
 // Waits until the window has the size at the X server too, and the layout has followed; the answer

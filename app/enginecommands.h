@@ -66,8 +66,8 @@ QStringList mpvArguments(const HistoryAddrList &entry, int decodeFlag, quint64 w
 struct Answer {
     enum Kind { Other, Length, Position };
     Kind kind = Other;
-    int seconds =
-        0; // truncated, 0 for a malformed number, never below 0 or above INT_MAX when huge
+    // Truncated; 0 for a malformed number. What no int can hold is clamped to 0..INT_MAX.
+    int seconds = 0;
 };
 // Reads one output line (without its line feed).
 Answer parseAnswer(const QByteArray &line);

@@ -192,11 +192,11 @@ void TestEngineProcess::writesToAnEngineThatWasQuitAreLost()
 // Runs in a process of its own, whose handling of SIGPIPE nothing has touched yet.
 void TestEngineProcess::engineThatClosesItsInput()
 {
-    QProcess helper;
-    helper.start(QCoreApplication::applicationFilePath(), {"--closed-input"});
-    QVERIFY(helper.waitForFinished());
-    QCOMPARE(helper.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(helper.exitCode(), 0);
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), {"--closed-input"});
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(child.exitCode(), 0);
 }
 
 void TestEngineProcess::quitDoesNotWaitForAStubbornEngine_data()
@@ -337,12 +337,12 @@ void TestEngineProcess::engineDiesWithThePlayer()
 
 void TestEngineProcess::engineOfALostPlayerNeverStarts()
 {
-    QProcess helper;
-    helper.start(QCoreApplication::applicationFilePath(),
-                 {"--lost-player", folder->filePath("started")});
-    QVERIFY(helper.waitForFinished());
-    QCOMPARE(helper.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(helper.exitCode(), 1);
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(),
+                {"--lost-player", folder->filePath("started")});
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(child.exitCode(), 1);
     QVERIFY(!QFile::exists(folder->filePath("started")));
 }
 

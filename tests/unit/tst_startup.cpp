@@ -219,14 +219,14 @@ void TestStartup::storingTwiceForgetsTheFirst()
 // Needs an application object made from a command line, so it runs in a process of its own.
 void TestStartup::applicationOptionsAreNoLocations()
 {
-    QProcess helper;
-    helper.setProcessChannelMode(QProcess::SeparateChannels);
-    helper.start(
+    QProcess child;
+    child.setProcessChannelMode(QProcess::SeparateChannels);
+    child.start(
         QCoreApplication::applicationFilePath(),
         {"--print-locations", "-style", "fusion", "a.mp4", "-platform", "offscreen", "b.mp4"});
-    QVERIFY(helper.waitForFinished());
-    QCOMPARE(helper.exitCode(), 0);
-    QCOMPARE(helper.readAllStandardOutput(), QByteArray("a.mp4\nb.mp4\n"));
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitCode(), 0);
+    QCOMPARE(child.readAllStandardOutput(), QByteArray("a.mp4\nb.mp4\n"));
 }
 
 void TestStartup::packageList_data()

@@ -63,10 +63,7 @@ void TestListWidget::init()
     defaultPlayPath = root->historyFile();
 }
 
-void TestListWidget::cleanup()
-{
-    root.reset();
-}
+void TestListWidget::cleanup() { root.reset(); }
 
 void TestListWidget::fill(ListWidget &list, int count)
 {
@@ -135,7 +132,8 @@ void TestListWidget::itemLooks()
     QCOMPARE(item->font().weight(), 10);
     QCOMPARE(item->font().italic(), false);
     QCOMPARE(item->foreground().color(), QColor(255, 255, 255, 255));
-    QCOMPARE(item->icon().pixmap(20, 20).toImage(), QIcon(":/image/icon/net.png").pixmap(20, 20).toImage());
+    QCOMPARE(item->icon().pixmap(20, 20).toImage(),
+             QIcon(":/image/icon/net.png").pixmap(20, 20).toImage());
 }
 
 void TestListWidget::clickRemembersTheItem()
@@ -146,14 +144,17 @@ void TestListWidget::clickRemembersTheItem()
     list.resize(200, 200);
     list.show();
     QVERIFY(QTest::qWaitForWindowExposed(&list));
-    QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualItemRect(list.item(2)).center());
+    QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
+                      list.visualItemRect(list.item(2)).center());
     QCOMPARE(list.listItem, list.item(2));
     QCOMPARE(list.currentIndex, 2);
     QVERIFY(log.contains("current index is  2"));
-    QTest::mousePress(list.viewport(), Qt::LeftButton, {}, list.visualItemRect(list.item(1)).center());
+    QTest::mousePress(list.viewport(), Qt::LeftButton, {},
+                      list.visualItemRect(list.item(1)).center());
     QCOMPARE(list.listItem, list.item(1));
     QCOMPARE(list.currentIndex, 1);
-    QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, list.visualItemRect(list.item(1)).center());
+    QTest::mouseRelease(list.viewport(), Qt::LeftButton, {},
+                        list.visualItemRect(list.item(1)).center());
 }
 
 namespace {
@@ -217,7 +218,7 @@ void TestListWidget::menuOfAFilledList()
     QCOMPARE(openMenu(list).enabled, QList<bool>({true, true, true}));
     QVERIFY(log.contains("count: 2"));
 
-    QSignalSpy played(&list, SIGNAL(sig_play(QListWidgetItem*)));
+    QSignalSpy played(&list, SIGNAL(sig_play(QListWidgetItem *)));
     openMenu(list, 0);
     QCOMPARE(played.count(), 1);
     list.setCurrentRow(1);
@@ -235,7 +236,7 @@ void TestListWidget::playSelectedEmitsTheItem()
     ListWidget list;
     fill(list, 2);
     list.getListName(list.item(1));
-    QSignalSpy played(&list, SIGNAL(sig_play(QListWidgetItem*)));
+    QSignalSpy played(&list, SIGNAL(sig_play(QListWidgetItem *)));
     QListWidgetItem *emitted = nullptr;
     connect(&list, &ListWidget::sig_play, &list, [&](QListWidgetItem *item) { emitted = item; });
     QSignalSpy unused(&list, SIGNAL(sig_play1(int)));
@@ -282,9 +283,9 @@ void TestListWidget::deleteRows_data()
     QTest::addColumn<int>("playingAfter");
     QTest::addColumn<bool>("stops");
     QTest::addColumn<QStringList>("left");
-    const QStringList without0 {"/f/1.mp4", "/f/2.mp4", "/f/3.mp4"};
-    const QStringList without2 {"/f/0.mp4", "/f/1.mp4", "/f/3.mp4"};
-    const QStringList without3 {"/f/0.mp4", "/f/1.mp4", "/f/2.mp4"};
+    const QStringList without0{"/f/1.mp4", "/f/2.mp4", "/f/3.mp4"};
+    const QStringList without2{"/f/0.mp4", "/f/1.mp4", "/f/3.mp4"};
+    const QStringList without3{"/f/0.mp4", "/f/1.mp4", "/f/2.mp4"};
     QTest::newRow("newest, playing newest") << 0 << 3 << 3 << true << without3;
     QTest::newRow("newest, playing oldest") << 0 << 0 << 0 << false << without3;
     QTest::newRow("oldest, playing newest") << 3 << 3 << 3 << false << without0;

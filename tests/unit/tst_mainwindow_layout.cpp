@@ -55,10 +55,7 @@ private:
     QScopedPointer<InstallRoot> root;
 };
 
-static QRect geometryOf(const QWidget *widget)
-{
-    return QRect(widget->pos(), widget->size());
-}
+static QRect geometryOf(const QWidget *widget) { return QRect(widget->pos(), widget->size()); }
 
 void TestMainWindowLayout::initTestCase()
 {
@@ -75,10 +72,7 @@ void TestMainWindowLayout::init()
     QDir().mkpath(screenShotPath);
 }
 
-void TestMainWindowLayout::cleanup()
-{
-    root.reset();
-}
+void TestMainWindowLayout::cleanup() { root.reset(); }
 
 void TestMainWindowLayout::show(TestWindow &window)
 {
@@ -96,10 +90,11 @@ void TestMainWindowLayout::resizeTo(TestWindow &window, int width, int height)
     QTRY_VERIFY([&] {
         QProcess xwininfo;
         xwininfo.start("xwininfo", {"-id", QString::number(window.winId())});
-        return xwininfo.waitForFinished() && xwininfo.readAll().contains("-geometry " + wanted.toLatin1());
+        return xwininfo.waitForFinished() &&
+            xwininfo.readAll().contains("-geometry " + wanted.toLatin1());
     }());
-    QTRY_VERIFY(window.size() == QSize(width, height)
-                && (fullScreenFlag || window.ui->playBtn->x() == (width - 50) / 2 - 100));
+    QTRY_VERIFY(window.size() == QSize(width, height) &&
+                (fullScreenFlag || window.ui->playBtn->x() == (width - 50) / 2 - 100));
 }
 
 void TestMainWindowLayout::formHoldsAllWidgets_data()
@@ -134,7 +129,8 @@ void TestMainWindowLayout::formHoldsAllWidgets_data()
         {"stateLabel", "QLabel", {880, 510, 51, 22}, "state"},
     };
     for (const auto &row : rows)
-        QTest::newRow(row.name) << QString(row.name) << QString(row.type) << row.rect << QString(row.text);
+        QTest::newRow(row.name) << QString(row.name) << QString(row.type) << row.rect
+                                << QString(row.text);
 }
 
 void TestMainWindowLayout::formHoldsAllWidgets()
@@ -192,12 +188,13 @@ void TestMainWindowLayout::looksAtConstruction()
     QCOMPARE(window.ads->parent(), &window);
     QCOMPARE(window.listWidget->parent(), &window);
     QVERIFY(window.fsvc->hasMouseTracking());
-    for (QWidget *widget : QList<QWidget *> {&window, window.ui->playWidget, window.ui->centralWidget})
+    for (QWidget *widget :
+         QList<QWidget *>{&window, window.ui->playWidget, window.ui->centralWidget})
         QVERIFY(widget->hasMouseTracking());
     QVERIFY(window.acceptDrops() && window.ui->playWidget->acceptDrops());
-    for (QWidget *widget : QList<QWidget *> {&window, window.m_titleBar, window.listWidget,
-                                             window.ui->volumSlider, window.ui->processSlider,
-                                             window.ui->resizeBtn})
+    for (QWidget *widget :
+         QList<QWidget *>{&window, window.m_titleBar, window.listWidget, window.ui->volumSlider,
+                          window.ui->processSlider, window.ui->resizeBtn})
         QCOMPARE(widget->focusPolicy(), Qt::NoFocus);
     QCOMPARE(window.ui->playWidget->styleSheet(), QString("background-color:black"));
     QCOMPARE(window.ui->stateLabel->styleSheet(),
@@ -237,8 +234,8 @@ void TestMainWindowLayout::buttonLooks_data()
         {"snapShotBtn", "截图", "camera", {25, 25}, false},
     };
     for (const auto &row : rows)
-        QTest::newRow(row.name) << QString(row.name) << QString(row.hint) << QString(row.icon) << row.size
-                                << row.autoFill;
+        QTest::newRow(row.name) << QString(row.name) << QString(row.hint) << QString(row.icon)
+                                << row.size << row.autoFill;
 }
 
 void TestMainWindowLayout::buttonLooks()
@@ -269,19 +266,22 @@ void TestMainWindowLayout::buttonLooks()
 void TestMainWindowLayout::sliderLooks()
 {
     TestWindow window(nullptr);
-    QCOMPARE(window.ui->volumSlider->styleSheet(),
-             QString(" QSlider::add-page:Horizontal{ background-color: rgb(87, 97, 106); height:4px;} "
-                     "QSlider::sub-page:Horizontal     {background-color:rgba(7,158,205, 255); "
-                     "height:4px;}QSlider::groove:Horizontal "
-                     "{background:transparent;height:6px;}QSlider::handle:Horizontal { border: 0px "
-                     ";width: 5px;height:5px;margin: -7px -7px -7px "
-                     "-7px;background-color:rgba(57,108,100, 255);}"));
-    QCOMPARE(window.ui->processSlider->styleSheet(),
-             QString(" QSlider::add-page:Horizontal{  background-color: rgb(87, 97, 106); height:4px;} "
-                     "QSlider::sub-page:Horizontal     {background-color:rgba(7,158,205, 255); "
-                     "height:4px;}QSlider::groove:Horizontal "
-                     "{background:transparent;height:6px;}QSlider::handle:Horizontal{height: "
-                     "30px;width:8px;border-image: url(:/images/ic_music_thumb.png); margin: -8 0px;} "));
+    QCOMPARE(
+        window.ui->volumSlider->styleSheet(),
+        QString(" QSlider::add-page:Horizontal{ background-color: rgb(87, 97, 106); height:4px;} "
+                "QSlider::sub-page:Horizontal     {background-color:rgba(7,158,205, 255); "
+                "height:4px;}QSlider::groove:Horizontal "
+                "{background:transparent;height:6px;}QSlider::handle:Horizontal { border: 0px "
+                ";width: 5px;height:5px;margin: -7px -7px -7px "
+                "-7px;background-color:rgba(57,108,100, 255);}"));
+    QCOMPARE(
+        window.ui->processSlider->styleSheet(),
+        QString(
+            " QSlider::add-page:Horizontal{  background-color: rgb(87, 97, 106); height:4px;} "
+            "QSlider::sub-page:Horizontal     {background-color:rgba(7,158,205, 255); "
+            "height:4px;}QSlider::groove:Horizontal "
+            "{background:transparent;height:6px;}QSlider::handle:Horizontal{height: "
+            "30px;width:8px;border-image: url(:/images/ic_music_thumb.png); margin: -8 0px;} "));
     QCOMPARE(window.ui->volumSlider->minimum(), 0);
     QCOMPARE(window.ui->volumSlider->maximum(), 100);
     QCOMPARE(window.ui->volumSlider->value(), 0);
@@ -294,7 +294,8 @@ void TestMainWindowLayout::sliderLooks()
 void TestMainWindowLayout::placeholderCarriesTheBackground()
 {
     TestWindow window(nullptr);
-    const QBrush brush = window.ui->listWidget->palette().brush(window.ui->listWidget->backgroundRole());
+    const QBrush brush =
+        window.ui->listWidget->palette().brush(window.ui->listWidget->backgroundRole());
     QCOMPARE(brush.texture().toImage(), QPixmap(":/image/background.jpg").toImage());
     QVERIFY(!brush.texture().isNull());
     show(window);
@@ -337,12 +338,12 @@ void TestMainWindowLayout::firstGeometry()
         int x;
         int y;
     } places[] = {
-        {window.ui->snapShotBtn, 23, 509}, {window.ui->openFileBtn, 104, 509},
-        {window.ui->stopBtn, 205, 509}, {window.ui->backwardBtn, 276, 509},
-        {window.ui->playBtn, 347, 509}, {window.ui->forwardBtn, 428, 509},
-        {window.ui->volumBtn, 509, 509}, {window.ui->volumSlider, 550, 514},
-        {window.ui->speedSetBtn, 712, 509}, {window.ui->fullScreenBtn, 793, 509},
-        {window.ui->hideListBtn, 874, 509}, {window.ui->currentTimeLabel, 0, 454},
+        {window.ui->snapShotBtn, 23, 509},     {window.ui->openFileBtn, 104, 509},
+        {window.ui->stopBtn, 205, 509},        {window.ui->backwardBtn, 276, 509},
+        {window.ui->playBtn, 347, 509},        {window.ui->forwardBtn, 428, 509},
+        {window.ui->volumBtn, 509, 509},       {window.ui->volumSlider, 550, 514},
+        {window.ui->speedSetBtn, 712, 509},    {window.ui->fullScreenBtn, 793, 509},
+        {window.ui->hideListBtn, 874, 509},    {window.ui->currentTimeLabel, 0, 454},
         {window.ui->totalTimeLabel, 669, 454}, {window.ui->stateLabel, 0, 40},
     };
     for (const auto &place : places)
@@ -367,16 +368,21 @@ void TestMainWindowLayout::geometry_data()
     QTest::addColumn<int>("hideListX");
     QTest::addColumn<QPoint>("totalTime");
     QTest::addColumn<int>("titleWidth");
-    QTest::newRow("945x564") << QSize(945, 564) << QRect(0, 40, 729, 412) << QRect(729, 40, 211, 412)
-                             << QRect(0, 469, 734, 20) << 509 << 347 << 874 << QPoint(669, 454) << 940;
-    QTest::newRow("1200x700") << QSize(1200, 700) << QRect(0, 40, 984, 548) << QRect(984, 40, 211, 548)
-                              << QRect(0, 605, 989, 20) << 645 << 475 << 1002 << QPoint(924, 590) << 1195;
-    QTest::newRow("1000x600") << QSize(1000, 600) << QRect(0, 40, 784, 448) << QRect(784, 40, 211, 448)
-                              << QRect(0, 505, 789, 20) << 545 << 375 << 902 << QPoint(724, 490) << 995;
-    QTest::newRow("1001x601") << QSize(1001, 601) << QRect(0, 40, 785, 449) << QRect(785, 40, 211, 449)
-                              << QRect(0, 506, 790, 20) << 546 << 375 << 902 << QPoint(725, 491) << 996;
-    QTest::newRow("800x500") << QSize(800, 500) << QRect(0, 40, 584, 348) << QRect(584, 40, 211, 348)
-                             << QRect(0, 405, 589, 20) << 445 << 275 << 802 << QPoint(524, 390) << 795;
+    QTest::newRow("945x564") << QSize(945, 564) << QRect(0, 40, 729, 412)
+                             << QRect(729, 40, 211, 412) << QRect(0, 469, 734, 20) << 509 << 347
+                             << 874 << QPoint(669, 454) << 940;
+    QTest::newRow("1200x700") << QSize(1200, 700) << QRect(0, 40, 984, 548)
+                              << QRect(984, 40, 211, 548) << QRect(0, 605, 989, 20) << 645 << 475
+                              << 1002 << QPoint(924, 590) << 1195;
+    QTest::newRow("1000x600") << QSize(1000, 600) << QRect(0, 40, 784, 448)
+                              << QRect(784, 40, 211, 448) << QRect(0, 505, 789, 20) << 545 << 375
+                              << 902 << QPoint(724, 490) << 995;
+    QTest::newRow("1001x601") << QSize(1001, 601) << QRect(0, 40, 785, 449)
+                              << QRect(785, 40, 211, 449) << QRect(0, 506, 790, 20) << 546 << 375
+                              << 902 << QPoint(725, 491) << 996;
+    QTest::newRow("800x500") << QSize(800, 500) << QRect(0, 40, 584, 348)
+                             << QRect(584, 40, 211, 348) << QRect(0, 405, 589, 20) << 445 << 275
+                             << 802 << QPoint(524, 390) << 795;
 }
 
 void TestMainWindowLayout::geometry()
@@ -467,7 +473,8 @@ void TestMainWindowLayout::resizeInFullScreenChangesNothing()
     fullScreenFlag = false;
 }
 
-// The first hide widens the area by five pixels more than the list, because the layout leaves a gap.
+// The first hide widens the area by five pixels more than the list, because the layout leaves a
+// gap.
 void TestMainWindowLayout::listToggle()
 {
     TestWindow window(nullptr);

@@ -8,6 +8,8 @@
 #include <QSaveFile>
 #include <QTest>
 
+#include <algorithm>
+
 namespace {
 
 QByteArray hex(const QByteArray &bytes)
@@ -18,6 +20,25 @@ QByteArray hex(const QByteArray &bytes)
 QByteArray unhex(const QByteArray &text)
 {
     return text == "-" ? QByteArray() : QByteArray::fromHex(text);
+}
+
+void addRecord(StandInEngine::Start &start, const QByteArrayList &fields)
+{
+    const qint64 at = fields.value(0).toLongLong();
+    const QByteArray event = fields.value(2);
+    if (event == "start") {
+        start.at = at;
+        for (const QByteArray &argument : fields.mid(3))
+            start.arguments << unhex(argument);
+    } else if (event == "in") {
+        const QByteArray bytes = unhex(fields.value(3));
+        start.input += bytes;
+        start.pieces << StandInEngine::Piece{at, bytes};
+    } else if (event == "eof") {
+        start.inputClosed = true;
+    } else {
+        start.events << (event + ' ' + unhex(fields.value(3, "-"))).trimmed();
+    }
 }
 
 } // namespace
@@ -130,33 +151,22 @@ QList<StandInEngine::Start> StandInEngine::starts() const
     records.removeLast(); // empty, or not wholly written yet
     for (const QByteArray &record : qAsConst(records)) {
         const QByteArrayList fields = record.split(' ');
-        const QByteArray event = fields.value(2);
         const qint64 pid = fields.value(1).toLongLong();
-        if (event == "start") {
-            Start start;
-            start.pid = pid;
-            start.at = fields.value(0).toLongLong();
-            for (const QByteArray &argument : fields.mid(3))
-                start.arguments << unhex(argument);
-            starts << start;
-            continue;
+        // The input's reader may be quicker than the engine with its first record.
+        int i = starts.size() - 1;
+        while (i >= 0 && starts.at(i).pid != pid)
+            --i;
+        if (i < 0) {
+            starts << Start();
+            starts.last().pid = pid;
+            i = starts.size() - 1;
         }
-        for (int i = starts.size() - 1; i >= 0; --i) {
-            Start &start = starts[i];
-            if (start.pid != pid)
-                continue;
-            if (event == "in") {
-                const QByteArray bytes = unhex(fields.value(3));
-                start.input += bytes;
-                start.pieces << Piece{fields.value(0).toLongLong(), bytes};
-            } else if (event == "eof") {
-                start.inputClosed = true;
-            } else {
-                start.events << (event + ' ' + unhex(fields.value(3, "-"))).trimmed();
-            }
-            break;
-        }
+        addRecord(starts[i], fields);
     }
+    // An engine killed before it could record its start is none.
+    starts.erase(std::remove_if(starts.begin(), starts.end(),
+                                [](const Start &start) { return start.at == 0; }),
+                 starts.end());
     return starts;
 }
 
@@ -167,6 +177,13 @@ StandInEngine::Start StandInEngine::last() const
 }
 
 QByteArray StandInEngine::input() const { return last().input; }
+
+bool StandInEngine::overlapped() const
+{
+    const QList<Start> all = starts();
+    return std::any_of(all.begin(), all.end(),
+                       [](const Start &start) { return start.events.contains("overlap"); });
+}
 
 void StandInEngine::clear() { QFile::remove(standinFolder + "/log"); }
 

@@ -48,7 +48,7 @@ public:
         QByteArray input; // everything written to it so far
         QList<Piece> pieces; // the same, as it came in
         bool inputClosed = false; // the player has closed its end
-        QByteArrayList events; // "signal 15", "exit 0", "crash"
+        QByteArrayList events; // "signal 15", "exit 0", "crash", "overlap"
         QByteArrayList lines() const; // input split at line ends; the last may be incomplete
     };
 
@@ -78,6 +78,7 @@ public:
     QList<Start> starts() const;
     Start last() const; // the newest start; pid 0 when there was none
     QByteArray input() const; // of the newest start
+    bool overlapped() const; // an engine was started while another one was alive
     void clear(); // forgets all starts; only while no engine runs
 
     // Living engines of this root.

@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QSettings>
 #include <QTest>
 
 #include <csignal>
@@ -67,7 +68,8 @@ QStringList InstalledPlayer::sandbox() const
     QStringList arguments{"--die-with-parent", "--dev-bind", "/",          "/",
                           "--tmpfs",           "/opt",       "--cap-drop", "ALL"};
     if (rootKind == Root::Missing)
-        return arguments << root() + "/files/bin/tarnivo-player";
+        return arguments << "--remount-ro"
+                         << "/opt" << root() + "/files/bin/tarnivo-player";
     arguments << (rootKind == Root::ReadOnly ? "--ro-bind" : "--bind") << root() << rootInside();
     return arguments << rootInside() + "/files/bin/tarnivo-player";
 }
@@ -78,6 +80,8 @@ QProcessEnvironment InstalledPlayer::environment() const
     const QList<QByteArray> marking = mark().split('=');
     environment.insert(marking.at(0), QFile::decodeName(marking.at(1)));
     environment.insert(QStringLiteral("HOME"), home());
+    environment.insert(QStringLiteral("QT_FORCE_STDERR_LOGGING"), QStringLiteral("1"));
+    environment.remove(QStringLiteral("QT_NO_GLIB")); // see testsupport.cpp
     if (standInEngine)
         environment.insert(QStringLiteral("STANDIN_DIR"), standInEngine->folder());
     for (auto variable = variables.cbegin(); variable != variables.cend(); ++variable)
@@ -109,15 +113,7 @@ bool InstalledPlayer::isRunning() const { return playerPid != 0 && Processes::al
 
 qulonglong InstalledPlayer::window(int ms) const
 {
-    qulonglong found = 0;
-    const auto shown = [&] {
-        for (qulonglong window : Screen::windowsNamed(QStringLiteral("MainWindow"))) {
-            if (Screen::processOf(window) == playerPid)
-                found = window;
-        }
-        return found != 0 || !isRunning();
-    };
-    return QTest::qWaitFor(shown, ms) ? found : 0;
+    return dialog(QStringLiteral("MainWindow"), ms);
 }
 
 qulonglong InstalledPlayer::dialog(const QString &title, int ms) const
@@ -163,6 +159,18 @@ bool InstalledPlayer::logContains(const QString &text) { return !log().filter(te
 bool InstalledPlayer::waitForLog(const QString &text, int ms)
 {
     return QTest::qWaitFor([&] { return logContains(text); }, ms);
+}
+
+qulonglong InstalledPlayer::playArea()
+{
+    const QString label = QStringLiteral("winid is ");
+    const QString line = log().filter(label).value(0);
+    return line.mid(line.indexOf(label) + label.size()).trimmed().toULongLong();
+}
+
+QString InstalledPlayer::setting(const QString &key) const
+{
+    return QSettings(configFile(), QSettings::IniFormat).value("DEFAULT/" + key).toString();
 }
 
 QList<qint64> InstalledPlayer::engines() const

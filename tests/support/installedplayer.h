@@ -26,7 +26,7 @@
 
 class InstalledPlayer {
 public:
-    enum class Root { Normal, ReadOnly, Missing };
+    enum class Root { Normal, ReadOnly, Missing }; // Missing: and can't be made
 
     // Lays out the install root as "cmake --install" does.
     InstalledPlayer();
@@ -68,6 +68,12 @@ public:
     QStringList log();
     bool logContains(const QString &text);
     bool waitForLog(const QString &text, int ms = 15000);
+
+    // The window the engine draws into, or 0 before it exists. Screen::geometry() tells where it
+    // is.
+    qulonglong playArea();
+    // A value of the settings file, as text; empty when it is not there.
+    QString setting(const QString &key) const;
 
     // Living engines of this player, real or stand-in, and all of its processes.
     QList<qint64> engines() const;

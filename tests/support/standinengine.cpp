@@ -4,7 +4,8 @@
 //
 // Record, ROOT/standin/log, one line per event and one write per line, so a crash loses nothing:
 //     <microseconds> <pid> <event> <hex bytes...>
-// Events: start (one field per argument), in (bytes of the input), eof, signal, exit.
+// Events: start (one field per argument), overlap (another engine of this root is alive), in (bytes
+// of the input), eof, signal, crash, exit.
 //
 // Script, one statement per line; bytes are hex, "-" for none:
 //     length BYTES          answer to get_time_length (default 20.00); "-" for no answer
@@ -426,6 +427,18 @@ int Engine::run(const std::string &location)
     }
 }
 
+// Each engine holds a lock as long as it lives; the kernel releases it before the player can learn
+// of the end. Never closed, and not inherited by the recorder.
+void recordOverlap()
+{
+    const int file = open((folder + "/alive").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    struct flock lock { };
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    if (fcntl(file, F_SETLK, &lock) != 0)
+        record("overlap", "");
+}
+
 bool needsDirectInput(const Script &script)
 {
     const auto needs = [](const Action &action) {
@@ -479,14 +492,14 @@ int main(int argc, char **argv)
         perror("standin-engine: log");
         return 99;
     }
+    Script script = readScript();
+    script.direct = needsDirectInput(script);
+    if (!script.direct)
+        startRecorder(); // first: what has a recorded start has its whole input recorded
     std::string arguments;
     for (int i = 1; i < argc; ++i)
         arguments += ' ' + toHex(argv[i]);
     record("start", arguments);
-
-    Script script = readScript();
-    script.direct = needsDirectInput(script);
-    if (!script.direct)
-        startRecorder();
+    recordOverlap();
     return Engine(script).run(argc > 1 ? argv[1] : "");
 }

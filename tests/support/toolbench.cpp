@@ -34,6 +34,12 @@ void StandInTools::setProbeExit(int code)
     writeProbe();
 }
 
+void StandInTools::setProbeDelay(int ms)
+{
+    probeDelay = ms;
+    writeProbe();
+}
+
 void StandInTools::setProbeMissing() { writeTool(QStringLiteral("ffprobe"), "exit 127\n"); }
 
 void StandInTools::setDpkgOutput(const QByteArray &output)
@@ -46,7 +52,8 @@ void StandInTools::setDpkgMissing() { writeTool(QStringLiteral("dpkg"), "exit 12
 
 void StandInTools::writeProbe()
 {
-    QByteArray body = "for last in \"$@\"; do :; done\ncase $last in\n";
+    QByteArray body = "sleep " + QByteArray::number(probeDelay / 1000.0) +
+        "\nfor last in \"$@\"; do :; done\ncase $last in\n";
     int number = 0;
     for (const auto &named : qAsConst(answers)) {
         const QByteArray file = "ffprobe.out." + QByteArray::number(++number);

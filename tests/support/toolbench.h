@@ -24,6 +24,7 @@ public:
     void setProbeAnswer(const QByteArray &output); // for every name
     void setProbeAnswerFor(const QString &name, const QByteArray &output); // last argument is name
     void setProbeExit(int code); // after the answer
+    void setProbeDelay(int ms); // before the answer
     void setProbeMissing(); // as when ffprobe is not installed
     void setDpkgOutput(const QByteArray &output);
     void setDpkgMissing();
@@ -48,4 +49,5 @@ private:
     QByteArray answer;
     QList<QPair<QByteArray, QByteArray>> answers; // by name
     int probeExit = 0;
+    int probeDelay = 0; // ms
 };

@@ -164,16 +164,6 @@ int mountedFile(const QString &folder)
     varyJsonConfig(defaultPlayPath, addrlist);
     passed =
         check(readFile(defaultPlayPath) == documentText(numberedEntries(2)), "shortened") && passed;
-    // Full as well: growing is impossible, the list stays.
-    fillAddrList(300);
-    varyJsonConfig(defaultPlayPath, addrlist);
-    const QByteArray before = readFile(defaultPlayPath);
-    fillDisk(folder + "/filler");
-    for (int i = 300; i < 400; ++i)
-        addrlist[i] = entryFor("/films/" + QString(100, QChar('x')));
-    addrNum = 400;
-    varyJsonConfig(defaultPlayPath, addrlist);
-    passed = check(readFile(defaultPlayPath) == before, "list unchanged when full") && passed;
     return passed ? childPassed : 1;
 }
 
@@ -230,6 +220,44 @@ int lockedFolder(const QString &folder)
     return passed ? childPassed : 1;
 }
 
+// Written in place and no room: the list stays.
+int lockedFolderOnFullDisk(const QString &folder)
+{
+    if (!mountSmallDisk(folder))
+        return childCannot;
+    fillAddrList(300);
+    varyJsonConfig(defaultPlayPath, addrlist);
+    const QByteArray before = readFile(defaultPlayPath);
+    fillDisk(folder + "/filler");
+    chmod(QFile::encodeName(defaultPlayPath).constData(), 0666);
+    chmod(QFile::encodeName(folder).constData(), 0555);
+    if (!becomeStranger())
+        return childCannot;
+    // By more than the rest of the last block.
+    for (int i = 300; i < 400; ++i)
+        addrlist[i] = entryFor("/films/" + QString(100, QChar('x')));
+    addrNum = 400;
+    varyJsonConfig(defaultPlayPath, addrlist);
+    return check(readFile(defaultPlayPath) == before, "list unchanged") ? childPassed : 1;
+}
+
+// What counts is the folder of the file itself, not that of a link to it.
+int linkIntoLockedFolder(const QString &folder)
+{
+    const QString link = folder + "/link.json";
+    if (!QFile::link("locked/config.json", link) || !QDir(folder).mkdir("locked"))
+        return childCannot;
+    chmod(QFile::encodeName(folder).constData(), 0777);
+    defaultPlayPath = folder + "/locked/config.json";
+    writeFile(defaultPlayPath, QByteArray());
+    chmod(QFile::encodeName(defaultPlayPath).constData(), 0666);
+    chmod(QFile::encodeName(folder + "/locked").constData(), 0555);
+    if (!becomeStranger())
+        return childCannot;
+    defaultPlayPath = link;
+    return savingWorks() && check(QFileInfo(link).isSymLink(), "still a link") ? childPassed : 1;
+}
+
 // The user's folder with a file of somebody else's that he may write: it stays theirs.
 int strangersFile(const QString &folder)
 {
@@ -280,6 +308,8 @@ constexpr Scenario scenarios[] = {
     {"read-only disk", readOnlyDisk},
     {"limited file size", limitedSize},
     {"locked folder", lockedFolder},
+    {"locked folder on a full disk", lockedFolderOnFullDisk},
+    {"link into a locked folder", linkIntoLockedFolder},
     {"stranger's file", strangersFile},
     {"administrator's run", administratorsRun},
 };
@@ -354,6 +384,7 @@ void TestHistoryDisk::survivesAwkwardDisks()
     child.start(QCoreApplication::applicationFilePath(), {"--child", scenario, folder});
     QVERIFY(child.waitForFinished(30000));
     chmod(QFile::encodeName(folder).constData(), 0755);
+    chmod(QFile::encodeName(folder + "/locked").constData(), 0755);
     const QByteArray said = child.readAll();
     QCOMPARE(child.exitStatus(), QProcess::NormalExit);
     if (child.exitCode() == childCannot)

@@ -232,9 +232,7 @@ void TestHistoryWrite::rewriteFailsWhereItCannotOpen()
     varyJsonConfig(QString(), addrlist);
     const QString failure = "Json File open fail! 138";
     // The toolkit has a word of its own on the file without a name.
-    QStringList lines = log->lines();
-    lines.removeAll("QFSFileEngine::open: No file name specified");
-    QCOMPARE(lines, QStringList({failure, failure, failure}));
+    QCOMPARE(log->lines().filter("Json"), QStringList({failure, failure, failure}));
 }
 
 void TestHistoryWrite::empties()

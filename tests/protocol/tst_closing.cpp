@@ -1,0 +1,242 @@
+// Closing the main window: what is saved and in which order, and that nothing stays behind.
+#include "common.h"
+#include "enginebench.h"
+#include "testsupport.h"
+#include "testwindow.h"
+
+#include <QCloseEvent>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSettings>
+#include <QtTest>
+
+class TestClosing : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void savesPositionAndVolume();
+    void keepsThePlaceWithoutResume();
+    void emptiesTheListLast();
+    void listThatCannotBeEmptied();
+    void stopsTimersPopUpsAndWorker();
+    void closesWhilePaused();
+    void closesWithNothingLoaded();
+    void closesInFullScreen();
+    void tenTimes();
+    void destroyedWithoutClosing();
+    void engineThatIgnoresQuit();
+
+private:
+    void makeWindow();
+    void play();
+    QString storedVolume() const;
+
+    QScopedPointer<InstallRoot> root;
+    QScopedPointer<StandInEngine> engine;
+    QScopedPointer<TestWindow> window;
+};
+
+void TestClosing::init()
+{
+    resetSharedState();
+    root.reset(new InstallRoot);
+    defaultPlayPath = root->historyFile();
+    screenShotPath = root->path() + "/shots/";
+    QVERIFY(QDir().mkpath(screenShotPath));
+    engine.reset(new StandInEngine(root->path()));
+    engine->setLength("100.00");
+    engine->setPosition("40.0");
+    addrlist[0].addr = "/film.mp4";
+    addrlist[0].label = "film.mp4";
+    addrlist[0].type = 1;
+    addrlist[0].last_play_time = 7;
+    addrNum = 1;
+    varyJsonConfig(defaultPlayPath, addrlist);
+    lastTimePlayFlag = true;
+    defaultVolum = 62;
+    makeWindow();
+}
+
+void TestClosing::cleanup()
+{
+    window.reset();
+    QVERIFY(engine->waitForNoEngine());
+    engine.reset();
+    root.reset();
+}
+
+void TestClosing::makeWindow()
+{
+    window.reset(); // there is one main window at a time: it owns the shared engine
+    window.reset(new TestWindow(nullptr));
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(window.data()));
+}
+
+void TestClosing::play()
+{
+    window->on_playBtn_clicked();
+    QVERIFY(engine->waitForStarts(1));
+    QTRY_COMPARE(window->currentPosition, 40);
+}
+
+QString TestClosing::storedVolume() const
+{
+    return QSettings(root->configFile(), QSettings::IniFormat)
+        .value("/DEFAULT/default_volum")
+        .toString();
+}
+
+static int storedPosition()
+{
+    const QJsonDocument document = QJsonDocument::fromJson(readFile(defaultPlayPath));
+    return document.object()
+        .value("settings")
+        .toArray()
+        .at(0)
+        .toObject()
+        .value("last_time")
+        .toInt(-1);
+}
+
+void TestClosing::savesPositionAndVolume()
+{
+    play();
+    QVERIFY(window->close());
+    QVERIFY(!window->isVisible());
+    QCOMPARE(storedPosition(), 40);
+    QCOMPARE(storedVolume(), QString("62"));
+    QVERIFY(engine->waitForInput("quit\n"));
+    QVERIFY(engine->runningEngines().isEmpty());
+    QCOMPARE(addrNum, 1);
+}
+
+void TestClosing::keepsThePlaceWithoutResume()
+{
+    lastTimePlayFlag = false;
+    play();
+    QVERIFY(window->close());
+    QCOMPARE(storedPosition(), 7);
+}
+
+// The stop rewrites the file, so emptying must come after it; the list in memory stays.
+void TestClosing::emptiesTheListLast()
+{
+    emptyListCheckFlag = true;
+    play();
+    QVERIFY(window->close());
+    QVERIFY(QFile::exists(defaultPlayPath));
+    QCOMPARE(readFile(defaultPlayPath), QByteArray());
+    QCOMPARE(storedVolume(), QString("62"));
+    QCOMPARE(addrNum, 1);
+    QCOMPARE(addrlist[0].addr, QString("/film.mp4"));
+    QCOMPARE(window->listWidget->count(), 1);
+}
+
+void TestClosing::listThatCannotBeEmptied()
+{
+    emptyListCheckFlag = true;
+    play();
+    QVERIFY(QFile::remove(defaultPlayPath));
+    QVERIFY(QDir().mkdir(defaultPlayPath));
+    LogCapture log;
+    QVERIFY(window->close());
+    QVERIFY(log.contains("Json File open fail! 1692"));
+    QCOMPARE(storedVolume(), QString("62"));
+    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(!window->snapThread->isRunning());
+}
+
+void TestClosing::stopsTimersPopUpsAndWorker()
+{
+    play();
+    QVERIFY(window->snapThread->isRunning());
+    window->mouseClickTimer->start(500);
+    window->ui->volumSlider->setValue(10);
+    QVERIFY(window->volumSliderTimer->isActive());
+    window->fsvc->show();
+    window->fsvc->state = true;
+    window->fsvc->sw->toggleAtCursor(2);
+    window->sw->toggleAtCursor(2);
+    QVERIFY(window->close());
+    QVERIFY(!window->processTimer->isActive());
+    QVERIFY(!window->mouseClickTimer->isActive());
+    QVERIFY(!window->volumSliderTimer->isActive());
+    QVERIFY(!window->fsvc->isVisible() && !window->fsvc->state);
+    QVERIFY(!window->sw->isVisible() && window->sw->state == 0);
+    QVERIFY(!window->fsvc->sw->isVisible() && window->fsvc->sw->state == 0);
+    QVERIFY(!window->snapThread->isRunning() && !window->snapThread->runFlag);
+    // The value that was still being debounced is not taken over.
+    QCOMPARE(storedVolume(), QString("62"));
+}
+
+void TestClosing::closesWhilePaused()
+{
+    play();
+    window->on_playBtn_clicked();
+    QVERIFY(window->close());
+    QCOMPARE(storedPosition(), 40);
+    QVERIFY(engine->waitForNoEngine());
+}
+
+void TestClosing::closesWithNothingLoaded()
+{
+    const QByteArray before = readFile(defaultPlayPath);
+    QVERIFY(window->close());
+    QCOMPARE(readFile(defaultPlayPath), before);
+    QCOMPARE(storedVolume(), QString("62"));
+    QVERIFY(engine->starts().isEmpty());
+}
+
+void TestClosing::closesInFullScreen()
+{
+    play();
+    window->on_fullScreenBtn_clicked();
+    QTRY_VERIFY(window->isFullScreen());
+    QVERIFY(window->close());
+    QCOMPARE(storedPosition(), 40);
+    QVERIFY(engine->waitForNoEngine());
+}
+
+void TestClosing::tenTimes()
+{
+    LogCapture log;
+    for (int i = 0; i < 10; i++) {
+        playinglist.state = 0;
+        makeWindow();
+        window->on_playBtn_clicked();
+        QVERIFY(window->close());
+        window.reset();
+    }
+    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(!log.contains("QThread: Destroyed"));
+    QCOMPARE(engine->starts().size(), 10);
+}
+
+void TestClosing::destroyedWithoutClosing()
+{
+    LogCapture log;
+    play();
+    window.reset();
+    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(!playinglist.process_mplayer);
+    QVERIFY(!log.contains("QThread: Destroyed") && !log.contains("QProcess: Destroyed"));
+}
+
+void TestClosing::engineThatIgnoresQuit()
+{
+    engine->ignoreQuit();
+    engine->ignoreTerm();
+    play();
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(window->close());
+    QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY(engine->waitForNoEngine());
+}
+
+QTEST_MAIN(TestClosing)
+#include "tst_closing.moc"

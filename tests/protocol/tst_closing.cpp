@@ -208,12 +208,12 @@ void TestClosing::tenTimes()
         playinglist.state = 0;
         makeWindow();
         window->on_playBtn_clicked();
+        QVERIFY(engine->waitForStarts(i + 1));
         QVERIFY(window->close());
         window.reset();
     }
     QVERIFY(engine->waitForNoEngine());
     QVERIFY(!log.contains("QThread: Destroyed"));
-    QCOMPARE(engine->starts().size(), 10);
 }
 
 void TestClosing::destroyedWithoutClosing()

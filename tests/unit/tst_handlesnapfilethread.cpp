@@ -478,7 +478,7 @@ void TestSnapThread::collisionsCountUp()
     };
     takeNames("");
     QVERIFY(bench.start());
-    for (const QString &suffix : {"_0", "_1", "_2"}) {
+    for (const char *suffix : {"_0", "_1", "_2"}) {
         const QString path = bench.file("shot0001.png");
         QVERIFY2(dated(suffix).match(path).hasMatch(), qPrintable(path));
         QCOMPARE(readFile(path), QByteArray("shot0001.png"));

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <mutex>
 
 namespace {
 
@@ -91,7 +92,7 @@ public:
         QObject::connect(
             &worker, &handleSnapFileThread::saveSnapShotSignal, &worker,
             [this](const QString &path) {
-                QMutexLocker lock(&mutex);
+                const std::lock_guard<std::mutex> lock(mutex);
                 paths << path;
                 lastReport = watch->elapsed();
             },
@@ -114,7 +115,7 @@ public:
 
     QStringList reported() const
     {
-        QMutexLocker lock(&mutex);
+        const std::lock_guard<std::mutex> lock(mutex);
         return paths;
     }
     bool awaitReports(int count) const
@@ -162,7 +163,7 @@ public:
     qint64 lastReport = 0;
 
 private:
-    mutable QMutex mutex;
+    mutable std::mutex mutex; // one that the thread sanitizer knows
     QStringList paths;
 };
 

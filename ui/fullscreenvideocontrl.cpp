@@ -64,11 +64,13 @@ QPushButton *newIconButton(const QPalette &palette, const char *accessibleName, 
     return button;
 }
 
-// File names are shown as they are, never as markup.
+// File names are shown as they are, never as markup. The labels cover half of the screen: they let
+// the mouse through, or the bar would not hear of its moves there and the cursor would stay blank.
 QLabel *newLabel(const QString &text = QString())
 {
     auto *label = new QLabel;
     label->setTextFormat(Qt::PlainText);
+    label->setAttribute(Qt::WA_TransparentForMouseEvents);
     label->setText(text);
     return label;
 }
@@ -155,6 +157,7 @@ void FullScreenVideoControl::setUpButtons()
 {
     QPalette shared;
     shared.setColor(QPalette::Button, QColor(150, 150, 150, 100));
+    shared.setColor(QPalette::ButtonText, Qt::white); // as light as the icons
 
     stopBtn = newIconButton(shared, "停止", ":/image/controlicon/stop.png");
     playBtn = newIconButton(shared, "播放", kPauseIcon);

@@ -7,6 +7,7 @@
 #include <QtTest>
 #include <QtWidgets>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -113,3 +114,27 @@ inline bool showsIcon(const QAbstractButton *button, const QString &path)
     const QImage expected = QIcon(path).pixmap(64, 64).toImage();
     return !expected.isNull() && button->icon().pixmap(64, 64).toImage() == expected;
 }
+
+// Calls inspect with the menu as soon as one stands open, then closes it.
+class MenuInspector {
+public:
+    explicit MenuInspector(std::function<void(QMenu *)> inspect)
+    {
+        QObject::connect(&poll, &QTimer::timeout, [this, inspect] {
+            auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+            if (!menu)
+                return;
+            poll.stop();
+            called = true;
+            inspect(menu);
+            if (QWidget *open = QApplication::activePopupWidget())
+                open->close();
+        });
+        poll.start(5);
+    }
+
+    bool called = false;
+
+private:
+    QTimer poll;
+};

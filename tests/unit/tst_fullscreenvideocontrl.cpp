@@ -118,6 +118,7 @@ void TestFullScreenVideoControl::buttons()
         QVERIFY(button->isFlat());
         QVERIFY(button->autoFillBackground());
         QCOMPARE(button->palette().color(QPalette::Button), QColor(150, 150, 150, 100));
+        QCOMPARE(button->palette().color(QPalette::ButtonText), QColor(Qt::white));
         QVERIFY(!button->hasMouseTracking());
     }
     QVERIFY(showsIcon(bar.stopBtn, ":/image/controlicon/stop.png"));

@@ -13,6 +13,27 @@ public:
     using FullScreenVideoControl::focusOutEvent;
 };
 
+// Counts the moves of the pointer over a widget, taken or not.
+class MoveCounter : public QObject {
+public:
+    explicit MoveCounter(const QWidget *widget)
+        : watched(widget)
+    {
+        qApp->installEventFilter(this);
+    }
+
+    int count = 0;
+
+    bool eventFilter(QObject *receiver, QEvent *event) override
+    {
+        count += receiver == watched && event->type() == QEvent::MouseMove;
+        return false;
+    }
+
+private:
+    const QWidget *watched;
+};
+
 // A mouse movement without a button held, straight to the bar.
 void moveMouse(Bar &bar, const QPoint &position)
 {
@@ -38,6 +59,8 @@ private slots:
     void movesInsideAndAtTheBorder();
     void moveComparesWithParentGeometry();
     void moveShowsClock();
+    void pointerOverLabels();
+    void pointerOverButtonsIsNotReported();
     void moveAndSpeedWindow();
     void moveOutsideHidesEvenOverSpeedButton();
 
@@ -156,12 +179,7 @@ void TestFullScreenVideoControlInput::rightPressOpensMenuOnly()
     showAsHost(bar);
     Emissions emissions(&bar);
     QString title;
-    QTimer::singleShot(0, qApp, [&title] {
-        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        QVERIFY(menu);
-        title = menu->title();
-        menu->close();
-    });
+    MenuInspector inspector([&title](QMenu *menu) { title = menu->title(); });
     QTest::mouseClick(bar.windowHandle(), Qt::RightButton, Qt::NoModifier, QPoint(640, 300));
     QTRY_COMPARE(title, QString("rBtnContexMenu"));
     QVERIFY(!bar.mouseClickedTimer->isActive());
@@ -253,6 +271,43 @@ void TestFullScreenVideoControlInput::moveShowsClock()
         QCOMPARE(bar.timeLabel->minimumWidth(), 50);
         QCOMPARE(bar.timeLabel->maximumWidth(), 50);
         QCOMPARE(bar.timeLabel->pos(), QPoint(0, 0));
+    }
+}
+
+// With the real pointer: the labels cover much of the bar and must not swallow its moves.
+void TestFullScreenVideoControlInput::pointerOverLabels()
+{
+    Bar bar;
+    showAsHost(bar);
+    for (const QLabel *label : {bar.titleLabel, bar.blankLabel}) {
+        bar.setCursor(Qt::BlankCursor);
+        bar.mouseTimer->start(123456);
+        const QPoint place = label->geometry().center();
+        QVERIFY(QRect(20, 20, 1240, 760).contains(place));
+        QCursor::setPos(place);
+        QTRY_COMPARE(bar.cursor().shape(), Qt::ArrowCursor);
+        QCOMPARE(bar.mouseTimer->interval(), 5000);
+        QVERIFY(shown(bar));
+    }
+}
+
+// Buttons and sliders keep the pointer to themselves: intended.
+void TestFullScreenVideoControlInput::pointerOverButtonsIsNotReported()
+{
+    Bar bar;
+    showAsHost(bar);
+    for (QWidget *widget : QList<QWidget *>{bar.playBtn, bar.processSlider, bar.voiceSlider}) {
+        bar.setCursor(Qt::BlankCursor);
+        bar.mouseTimer->start(123456);
+        MoveCounter counter(widget);
+        const QPoint place = widget->geometry().center();
+        QCursor::setPos(place);
+        QTRY_VERIFY(counter.count > 0);
+        const int before = counter.count;
+        QCursor::setPos(place + QPoint(3, 3));
+        QTRY_VERIFY(counter.count > before);
+        QCOMPARE(bar.cursor().shape(), Qt::BlankCursor);
+        QCOMPARE(bar.mouseTimer->interval(), 123456);
     }
 }
 

@@ -47,20 +47,12 @@ QList<QAction *> leaves(const QMenu *menu)
 }
 
 // Opens the bar's menu and calls inspect while it stands open.
-template <typename Inspect> void openMenu(OpenBar *bar, Inspect inspect)
+void openMenu(OpenBar *bar, const std::function<void(QMenu *)> &inspect)
 {
-    bool inspected = false;
-    QTimer::singleShot(0, qApp, [&] {
-        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        QVERIFY(menu);
-        inspected = true;
-        inspect(menu);
-        if (QWidget *open = QApplication::activePopupWidget())
-            open->close();
-    });
+    MenuInspector inspector(inspect);
     QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(300, 300), QPoint(300, 300));
     bar->contextMenuEvent(&event);
-    QVERIFY(inspected);
+    QVERIFY(inspector.called);
 }
 
 } // namespace

@@ -177,6 +177,11 @@ void TestFullScreenVideoControlPopups::clickTimerFiresOnce()
     fire(bar.mouseClickedTimer);
     QCOMPARE(emissions.take(), QStringList{"playBtnClickedSignal()"});
     QVERIFY(!bar.mouseClickedTimer->isActive());
+
+    // Not even when a receiver starts it anew.
+    connect(&bar, &Bar::playBtnClickedSignal, &bar, [&bar] { bar.mouseClickedTimer->start(500); });
+    fire(bar.mouseClickedTimer);
+    QVERIFY(!bar.mouseClickedTimer->isActive());
 }
 
 // Speed

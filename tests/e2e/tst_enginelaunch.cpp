@@ -20,6 +20,7 @@ private slots:
     void argumentsOfStreams();
     void commaInTheScreenshotFolder();
     void hardwareWarningStartsOneEngine();
+    void hardwareWarningAfterEachEnd();
     void neverTwoEngines();
     void restartsAfterAnImmediateEnd();
     void noEngineIsLeft_data();
@@ -167,6 +168,28 @@ void TestEngineLaunch::hardwareWarningStartsOneEngine()
     QVERIFY(!engine.overlapped());
 }
 
+// Repeating one file: the box comes between the end of one engine and the start of the next.
+void TestEngineLaunch::hardwareWarningAfterEachEnd()
+{
+    StandInTools tools;
+    tools.setProbeAnswer(StandInTools::videoJson("mpeg4", 320, 240, "25/1"));
+    InstalledPlayer player;
+    player.setConfig(config(2) + "play_mode=2\n");
+    StandInEngine &engine = player.standIn();
+    engine.after(300, EngineAction::exit());
+    QVERIFY(player.start({"/films/a.avi"}));
+    for (int i = 0; i < 3; ++i) {
+        const qulonglong box = player.dialog(QStringLiteral("提示"));
+        QVERIFY(box);
+        QVERIFY(!engine.waitForStarts(i + 1, 2000));
+        QVERIFY(player.engines().isEmpty());
+        Screen::closeWindow(box);
+        QVERIFY(engine.waitForStarts(i + 1));
+        QTRY_VERIFY(!Screen::windows().contains(box));
+    }
+    QVERIFY(!engine.overlapped());
+}
+
 void TestEngineLaunch::neverTwoEngines()
 {
     StandInTools tools;
@@ -251,6 +274,7 @@ void TestEngineLaunch::noEngineIsLeft()
     QTRY_COMPARE_WITH_TIMEOUT(player.engines().size(), 1, 15000);
     const qint64 engine = player.engines().first();
     QCOMPARE(Processes::parentOf(engine), player.pid());
+    QVERIFY(QFile::remove(player.configFile()));
     if (number == 0)
         player.close();
     else
@@ -259,6 +283,8 @@ void TestEngineLaunch::noEngineIsLeft()
     QCOMPARE(player.exitCode(), exitCode);
     QTRY_VERIFY_WITH_TIMEOUT(!Processes::alive(engine), 1000);
     QVERIFY(player.engines().isEmpty());
+    // A signal one can catch closes the window as its button does, so the volume is kept.
+    QCOMPARE(player.setting("default_volum"), exitCode == 0 ? QStringLiteral("30") : QString());
     QVERIFY(!player.logContains("QThread: Destroyed"));
     QVERIFY(!player.logContains("QProcess: Destroyed"));
 }

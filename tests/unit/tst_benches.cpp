@@ -23,6 +23,7 @@ private slots:
     void engineFloods();
     void engineLeavesInputUnread();
     void engineClosesInput();
+    void engineNoticesAnother();
     void engineIsEndedWithItsBench();
     void processesAreFound();
 };
@@ -256,6 +257,26 @@ void TestBenches::engineClosesInput()
     QVERIFY(!process.waitForFinished(300));
     QCOMPARE(engine.input(), QByteArray("pause\n"));
     finish(process);
+}
+
+void TestBenches::engineNoticesAnother()
+{
+    InstallRoot root;
+    StandInEngine engine(root.path());
+    QProcess first;
+    start(first, engine);
+    finish(first);
+    QProcess second;
+    second.start(engine.path(), QStringList());
+    QVERIFY(engine.waitForStarts(2));
+    QVERIFY(!engine.overlapped());
+    QProcess third;
+    third.start(engine.path(), QStringList());
+    QVERIFY(engine.waitForStarts(3));
+    QTRY_VERIFY(engine.overlapped());
+    QCOMPARE(engine.runningEngines().size(), 2);
+    finish(second);
+    finish(third);
 }
 
 void TestBenches::engineIsEndedWithItsBench()

@@ -1,5 +1,6 @@
 // The history file (JSON) and the helpers for addresses. The array addrlist and its count addrNum
-// are the truth; the file is their copy at rest. All functions run on the GUI thread.
+// are the truth; the file is their copy at rest. All functions run on the GUI thread. A save replaces
+// the file in one step and reaches the disk before it returns.
 #pragma once
 
 #include <QJsonObject>
@@ -19,7 +20,7 @@ bool entryFromJson(const QJsonObject &object, HistoryAddrList *entry);
 int readJsonConfig(QString path);
 
 // Appends one entry to the file at defaultPlayPath. Returns 0, or -1 when the file can't be opened
-// or holds JSON of another shape (which is left alone).
+// or written or holds JSON of another shape (which is left alone).
 int insertJsonConfig(HistoryAddrList *entry);
 
 // Replaces the file at defaultPlayPath by one that holds only this entry.

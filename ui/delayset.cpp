@@ -30,8 +30,6 @@ delaySet::delaySet(QWidget *parent)
     sbox->move(ui->spinBox->pos());
     sbox->setSingleStep(kStep);
     ui->label->setBuddy(sbox);
-    setTabOrder(sbox, ui->confirmBtn);
-    setTabOrder(ui->confirmBtn, ui->cancelBtn);
 
     setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     sbox->setFocus();

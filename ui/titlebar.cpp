@@ -70,8 +70,6 @@ void TitleBar::setUpLabels()
     m_titleLabel = new QLabel(this);
     m_titleLabel->setTextFormat(Qt::PlainText); // file names may look like markup
     m_titleLabel->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    m_titleLabel->setMinimumWidth(
-        1); // a long title is cut instead of pushing the buttons off the bar
 }
 
 void TitleBar::setUpButtons()

@@ -11,12 +11,6 @@
 #include <csignal>
 #include <unistd.h>
 
-#ifdef __SANITIZE_ADDRESS__
-// Keeps Qt's plug-ins in memory: what they hold until the end would count as lost without them.
-extern "C" int dlclose(void *);
-extern "C" int dlclose(void *) { return 0; }
-#endif
-
 namespace {
 
 const int kEndingSignals[] = {SIGTERM, SIGINT, SIGHUP};

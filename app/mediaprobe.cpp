@@ -19,6 +19,19 @@
 namespace {
 
 constexpr size_t kProbeTextLimit = kProbeBufferSize - 1;
+constexpr char kShellSigns[] = "\"\\$`"; // what a POSIX shell interprets between double quotes
+
+// In some multi-byte charsets a sign is also the second byte of a letter, which no quoting makes
+// safe in every shell. Gives nothing for such a command; in UTF-8 there are none.
+QByteArray shellBytes(const QString &command)
+{
+    const QByteArray bytes = command.toLocal8Bit();
+    for (const char *sign = kShellSigns; *sign; ++sign) {
+        if (bytes.count(*sign) != command.count(QLatin1Char(*sign)))
+            return QByteArray();
+    }
+    return bytes;
+}
 
 // The cast alone is undefined for what doesn't fit, and the number comes from a file.
 int integerPart(double value)
@@ -116,7 +129,7 @@ QString probeCommand(const QString &file)
         return QString();
     QString command = QStringLiteral("ffprobe -of json -show_streams \"");
     for (const QChar character : file) {
-        if (QStringLiteral("\"\\$`").contains(character))
+        if (QLatin1String(kShellSigns).contains(character))
             command += QLatin1Char('\\');
         command += character;
     }
@@ -199,7 +212,7 @@ int readConfigFromBuffer(char *text)
 
 bool probeMedia(const QString &file)
 {
-    const QByteArray command = probeCommand(file).toLocal8Bit();
+    const QByteArray command = shellBytes(probeCommand(file));
     QByteArray output;
     if (!command.isEmpty()) {
         qDebug() << command.constData();

@@ -4,6 +4,7 @@
 #include "testsupport.h"
 
 #include <QDir>
+#include <QTextCodec>
 #include <QtTest>
 
 #include <sys/resource.h>
@@ -273,6 +274,7 @@ private slots:
     void nameWithNulIsRefused();
     void hostileNamesReachTheToolAsTheyAre();
     void unrepresentableNamesReachTheToolConverted();
+    void charsetsThatHideSigns();
 
     void outputIsLimited_data();
     void outputIsLimited();
@@ -381,6 +383,33 @@ void TestMediaProbe::unrepresentableNamesReachTheToolConverted()
                  (QList<QByteArray>{"-of", "json", "-show_streams", name.toLocal8Bit()}));
         QCOMPARE(stub.strayFiles(), QStringList());
     }
+}
+
+// In these charsets the letters end in the byte of a backslash or a back-tick, which would undo the
+// quoting of what follows them.
+void TestMediaProbe::charsetsThatHideSigns()
+{
+    QTextCodec *codec = QTextCodec::codecForName("GBK");
+    QVERIFY(codec);
+    QCOMPARE(codec->fromUnicode(QString(QChar(0x4e57))), QByteArray("\x81\x5c"));
+    const QStringList refused = {"/乗$(touch pwn).mp4", "/乗\";touch pwn;\".mp4", "/乗",
+                                 "/乗`touch pwn`"};
+    StubProbe stub;
+    QTextCodec *previous = QTextCodec::codecForLocale();
+    QTextCodec::setCodecForLocale(codec);
+    bool anyAccepted = false;
+    for (const QString &name : refused)
+        anyAccepted = anyAccepted || probeMedia(name);
+    const bool ordinary = probeMedia("/中文 $(x).mp4");
+    QTextCodec::setCodecForLocale(previous);
+
+    QVERIFY(!anyAccepted);
+    QVERIFY(ordinary);
+    QCOMPARE(stub.strayFiles(), QStringList());
+    QCOMPARE(
+        stub.arguments(),
+        (QList<QByteArray>{"-of", "json", "-show_streams", codec->fromUnicode("/中文 $(x).mp4")}));
+    QVERIFY(probeMedia("/乗$(touch pwn).mp4")); // nothing is hidden in UTF-8
 }
 
 void TestMediaProbe::outputIsLimited_data()

@@ -28,7 +28,8 @@ private:
     static QByteArray playerArgument(const QString &location,
                                      const QString &folder = QStringLiteral("/"))
     {
-        return shell(QStringLiteral("player_argument \"$1\"; printf %s \"$argument\""), location, folder);
+        return shell(QStringLiteral("player_argument \"$1\"; printf %s \"$argument\""), location,
+                     folder);
     }
     static QString asReadByPlayer(QByteArray argument);
 };
@@ -38,9 +39,11 @@ QByteArray TestLauncherLocations::shell(const QString &command, const QString &a
 {
     QProcess bash;
     bash.setWorkingDirectory(folder);
-    bash.start("bash", {"-euo", "pipefail", "-c",
-                        "person_prefix=() person_name=somebody\n. " SOURCE_DIR "/tools/locations.sh\n" + command,
-                        "bash", argument});
+    bash.start(
+        "bash",
+        {"-euo", "pipefail", "-c",
+         "person_prefix=() person_name=somebody\n. " SOURCE_DIR "/tools/locations.sh\n" + command,
+         "bash", argument});
     if (!bash.waitForFinished() || bash.exitCode() != 0)
         qWarning() << bash.readAllStandardError();
     return bash.readAllStandardOutput();
@@ -58,11 +61,36 @@ void TestLauncherLocations::namesArriveUnchanged_data()
 {
     QTest::addColumn<QString>("path");
     const QStringList names = {
-        "film.mp4", "two words.mp4", "100%.mp4", "%41.mp4", "%", "%%25", "a%2Fb.mp4", "%E7%89%87.mp4",
-        "Movie:1.mp4", "1:2.mp4", "#1.mp4", "what?.mp4", "a?b#c%d.mp4", "\"quoted\".mp4", "it's.mp4",
-        "back\\slash.mp4", "<b>x</b>.mp4", "{a}|^`b`.mp4", "[1].mp4", "$HOME $(id).mp4", "-slave",
-        "line\nfeed.mp4", "ends\n", "tab\t.mp4", QStringLiteral("影片 第一集.mp4"),
-        QStringLiteral("é ü 한국 🎬.mkv"), "a&b;c.mp4", "a@b:80.mp4", "~", "*.mp4",
+        "film.mp4",
+        "two words.mp4",
+        "100%.mp4",
+        "%41.mp4",
+        "%",
+        "%%25",
+        "a%2Fb.mp4",
+        "%E7%89%87.mp4",
+        "Movie:1.mp4",
+        "1:2.mp4",
+        "#1.mp4",
+        "what?.mp4",
+        "a?b#c%d.mp4",
+        "\"quoted\".mp4",
+        "it's.mp4",
+        "back\\slash.mp4",
+        "<b>x</b>.mp4",
+        "{a}|^`b`.mp4",
+        "[1].mp4",
+        "$HOME $(id).mp4",
+        "-slave",
+        "line\nfeed.mp4",
+        "ends\n",
+        "tab\t.mp4",
+        QStringLiteral("影片 第一集.mp4"),
+        QStringLiteral("é ü 한국 🎬.mkv"),
+        "a&b;c.mp4",
+        "a@b:80.mp4",
+        "~",
+        "*.mp4",
     };
     for (const QString &name : names)
         QTest::addRow("%s", qPrintable(name.simplified())) << "/some folder/" + name;
@@ -83,7 +111,8 @@ void TestLauncherLocations::relativePathsBecomeAbsolute_data()
     QTest::newRow("here") << "./film.mp4" << QByteArray("/usr/share/film.mp4");
     QTest::newRow("up") << "../film.mp4" << QByteArray("/usr/film.mp4");
     QTest::newRow("folder") << "a/b%20c.mp4" << QByteArray("/usr/share/a/b%2520c.mp4");
-    QTest::newRow("looks like a scheme") << "http:film.mp4" << QByteArray("/usr/share/http:film.mp4");
+    QTest::newRow("looks like a scheme")
+        << "http:film.mp4" << QByteArray("/usr/share/http:film.mp4");
     QTest::newRow("absolute") << "/a/film.mp4" << QByteArray("/a/film.mp4");
     QTest::newRow("doubled slash") << "//a//film.mp4" << QByteArray("/a/film.mp4");
 }
@@ -115,7 +144,8 @@ void TestLauncherLocations::unplayableLocationsAreNamed_data()
     QTest::addColumn<QByteArray>("problem");
     QTest::newRow("empty") << "" << QByteArray("an empty name was given as a location.");
     QTest::newRow("folder") << "/usr" << QByteArray("/usr is a folder.");
-    QTest::newRow("missing") << "/usr/no such.mp4" << QByteArray("there is no file /usr/no such.mp4.");
+    QTest::newRow("missing") << "/usr/no such.mp4"
+                             << QByteArray("there is no file /usr/no such.mp4.");
     QTest::newRow("file") << "/etc/passwd" << QByteArray();
     QTest::newRow("address") << "rtsp://host/live" << QByteArray();
 }
@@ -124,7 +154,8 @@ void TestLauncherLocations::unplayableLocationsAreNamed()
 {
     QFETCH(QString, location);
     QFETCH(QByteArray, problem);
-    QCOMPARE(shell(QStringLiteral("check_location \"$1\"; printf %s \"$problem\""), location), problem);
+    QCOMPARE(shell(QStringLiteral("check_location \"$1\"; printf %s \"$problem\""), location),
+             problem);
 }
 
 QTEST_GUILESS_MAIN(TestLauncherLocations)

@@ -45,8 +45,11 @@ void MainWindow::softAndVdpauPlay(int index)
         mpvPlay(index);
         return;
     }
-    if (engineRuns())
+    if (engineRuns()) {
+        stopping = true; // its last output would start the polling again
         quitEngine();
+        stopping = false;
+    }
     const HistoryAddrList entry = addrlist[index];
     const QStringList arguments =
         enginecommands::engineArguments(entry, decodeFlag, screenShotPath, playinglist.widID);

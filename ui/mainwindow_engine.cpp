@@ -103,7 +103,7 @@ void MainWindow::startPlaying()
 void MainWindow::resumeAtLastPosition()
 {
     const int lastTime = addrlist[playinglist.addrIndex].last_play_time;
-    if (!lastTimePlayFlag || lastTime - 3 <= 0)
+    if (!lastTimePlayFlag || lastTime <= 3)
         return;
     const int position = lastTime - 5 < 1 ? lastTime : lastTime - 5;
     writeToEngine(enginecommands::seekTo(position));

@@ -39,7 +39,7 @@ const char kVoiceSliderStyle[] =
     "QSlider::handle:Horizontal { border: 0px ;width: 5px;height:5px;margin: -7px -7px -7px -7px;"
     "background-color:rgba(57,108,100, 255);}";
 
-// No picture lies under ":/images/", so the handle is drawn without one: intended.
+// ":/images/" instead of ":/image/" is intended; the handle's picture lies there.
 const char kProcessSliderStyle[] =
     " QSlider::add-page:Horizontal{  background-color: rgb(87, 97, 106); height:4px;}"
     " QSlider::sub-page:Horizontal     {background-color:rgba(7,208,255, 255); height:4px;}"

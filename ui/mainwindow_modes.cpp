@@ -66,6 +66,9 @@ void MainWindow::on_fullScreenBtn_clicked()
 void MainWindow::showNormalWin()
 {
     fullScreenFlag = false;
+    // The pointer may have been blanked. Over the title bar and the list no move is reported here
+    // that would bring it back.
+    setCursor(Qt::ArrowCursor);
     if (fsvc->state)
         hideBar();
     setNormalWidgetsVisible(true);
@@ -192,7 +195,6 @@ void MainWindow::keyPressEvent(QKeyEvent *event)
     if (key == Qt::Key_Escape && fullScreenFlag) {
         hideBar();
         showNormalWin();
-        setCursor(Qt::ArrowCursor);
     }
     if (key == Qt::Key_Alt || onlyAlt)
         hideBar();

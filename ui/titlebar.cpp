@@ -2,6 +2,7 @@
 
 #include "common.h"
 #include "dialogs.h"
+#include "hint.h"
 #include "settings.h"
 
 #include <QApplication>
@@ -32,13 +33,6 @@ const auto kPinText = QStringLiteral("总在最前");
 const auto kUnpinText = QStringLiteral("取消最前");
 const auto kSettingsText = QStringLiteral("设置");
 const auto kCloseText = QStringLiteral("关闭");
-
-// The buttons show a picture only; assistive technologies read the same words as the tooltip.
-void setHint(QPushButton *button, const QString &text)
-{
-    button->setToolTip(text);
-    button->setAccessibleName(text);
-}
 } // namespace
 
 TitleBar::TitleBar(QWidget *parent)

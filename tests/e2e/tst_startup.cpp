@@ -17,6 +17,7 @@ class TestStartup : public QObject {
 private slots:
     void startsWithoutAnything_data();
     void startsWithoutAnything();
+    void loadsNoOpenGl();
     void missingSettingsAreMade();
     void shippedSettings();
     void emptyRootIsFilled();
@@ -95,6 +96,19 @@ void TestStartup::startsWithoutAnything()
         QVERIFY(!player.standIn().last().arguments.contains("-lavdopts"));
         QVERIFY(!player.standIn().last().arguments.contains("-vc"));
     }
+}
+
+// It draws nothing with it, and loading it would take half of the start-up time.
+void TestStartup::loadsNoOpenGl()
+{
+    InstalledPlayer player;
+    QVERIFY(player.start());
+    QVERIFY(player.window());
+    const QByteArray libraries = readFile(QStringLiteral("/proc/%1/maps").arg(player.pid()));
+    QVERIFY(libraries.contains("libqxcb.so"));
+    QVERIFY(!libraries.contains("libqxcb-glx") && !libraries.contains("libLLVM"));
+    player.close();
+    QVERIFY(player.waitForEnd());
 }
 
 void TestStartup::missingSettingsAreMade()

@@ -1,0 +1,124 @@
+// Uses a running player as a person does: knows where the controls of its main window are, at the
+// size that it starts with (945 x 564, list shown), and drives its file dialogs.
+//
+//     PlayerHands hands(player);
+//     QVERIFY(hands.takeHold());             // the window is there and has the focus
+//     hands.click(PlayerHands::Stop);
+//     QVERIFY(hands.chooseFile("ctrl+o", clip));
+#pragma once
+
+#include "installedplayer.h"
+#include "screen.h"
+
+#include <QProcess>
+#include <QTest>
+
+class PlayerHands {
+public:
+    // Middles of the buttons, in the window.
+    static constexpr QPoint Snapshot{39, 526};
+    static constexpr QPoint Open{120, 526};
+    static constexpr QPoint Stop{221, 526};
+    static constexpr QPoint Backward{292, 526};
+    static constexpr QPoint Play{367, 526};
+    static constexpr QPoint Forward{444, 526};
+    static constexpr QPoint Mute{525, 526};
+    static constexpr QPoint Speed{732, 526};
+    static constexpr QPoint FullScreen{809, 526};
+    static constexpr QPoint HideList{890, 526};
+    static constexpr QPoint Title{300, 15};
+    static constexpr QPoint Pin{823, 15};
+    static constexpr QPoint Settings{850, 15};
+    static constexpr QPoint Minimize{877, 15};
+    static constexpr QPoint Maximize{904, 15};
+    static constexpr QPoint Close{929, 15};
+    static constexpr QPoint Video{365, 246};
+    static constexpr QPoint FirstRow{800, 52};
+
+    explicit PlayerHands(InstalledPlayer &player)
+        : player(player)
+    {
+    }
+
+    // Waits for the window and gives it the focus.
+    bool takeHold()
+    {
+        window = player.window();
+        return window && focus(window);
+    }
+
+    static bool focus(qulonglong id)
+    {
+        return QTest::qWaitFor(
+            [id] {
+                if (Screen::active() == id)
+                    return true;
+                Screen::activate(id);
+                return false;
+            },
+            15000);
+    }
+
+    qulonglong mainWindow() const { return window; }
+    QPoint at(const QPoint &inWindow) const
+    {
+        return Screen::geometry(window).topLeft() + inWindow;
+    }
+    void click(const QPoint &inWindow, int button = 1, int times = 1) const
+    {
+        Screen::click(at(inWindow), button, times);
+    }
+
+    // Where the engine draws, and a part of it that no notice, subtitle or progress bar covers.
+    QRect picture() const { return Screen::geometry(player.playArea()); }
+    QRect sample() const
+    {
+        const QRect all = picture();
+        return QRect(all.topLeft() + QPoint(60, 60), QSize(all.width() / 4, all.height() / 5));
+    }
+    bool waitForPicture(const QColor &colour, int ms = 20000) const
+    {
+        return Screen::waitForColour(sample(), colour, 0.9, ms);
+    }
+    // Whether the picture changes within ms.
+    bool pictureMoves(int ms = 5000) const
+    {
+        const QImage before = Screen::grab(picture());
+        return QTest::qWaitFor([&] { return Screen::grab(picture()) != before; }, ms);
+    }
+
+    // The progress slider's handle is 8 wide and goes along 734 pixels.
+    QPoint timeAt(double share) const { return at(QPoint(4 + int(share * 726), 479)); }
+    // Presses the handle where it is, moves it and lets it go.
+    void dragTime(double from, double to) const
+    {
+        Screen::press(timeAt(from));
+        for (int step = 1; step <= 4; ++step)
+            Screen::moveMouse(timeAt(from + (to - from) * step / 4));
+        Screen::release();
+    }
+
+    // Opens a file dialog with a key of the main window and chooses a file in it.
+    bool chooseFile(const QString &key, const QString &path) const
+    {
+        Screen::key(key);
+        return fillFileDialog(path);
+    }
+    bool fillFileDialog(const QString &path) const
+    {
+        const qulonglong dialog = player.dialog(QStringLiteral("选择本地文件"));
+        if (!dialog || !focus(dialog))
+            return false;
+        QProcess::execute(QStringLiteral("xdotool"), {"type", "--delay", "2", path});
+        Screen::key(QStringLiteral("Return"));
+        return waitForNoWindow(dialog);
+    }
+    static bool waitForNoWindow(qulonglong id, int ms = 15000)
+    {
+        return QTest::qWaitFor([id] { return !Screen::windows().contains(id); }, ms);
+    }
+
+private:
+    InstalledPlayer &player;
+    qulonglong window = 0;
+};

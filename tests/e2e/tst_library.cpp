@@ -49,14 +49,10 @@ int savedSecond(const InstalledPlayer &player, int index)
 
 QJsonObject expectedEntry(const QString &path, int lastTime)
 {
-    return {{"addr", path},
-            {"label", path.mid(path.lastIndexOf('/') + 1)},
-            {"type", 1},
-            {"width", 320},
-            {"height", 240},
-            {"frame", 25},
-            {"codec_type", 0},
-            {"last_time", lastTime}};
+    return {{"addr", path},    {"label", path.mid(path.lastIndexOf('/') + 1)},
+            {"type", 1},       {"width", 320},
+            {"height", 240},   {"frame", 25},
+            {"codec_type", 0}, {"last_time", lastTime}};
 }
 
 QStringList playedFiles(InstalledPlayer &player)

@@ -85,6 +85,13 @@ void ListWidget::deleteSelected()
     }
     varyJsonConfig(defaultPlayPath, addrlist);
     qDebug() << "delete item message 2";
+    forget(item);
+}
+
+void ListWidget::removeLastRow() { forget(takeItem(count() - 1)); }
+
+void ListWidget::forget(QListWidgetItem *item)
+{
     if (item == listItem)
         resetListItem();
     delete item;

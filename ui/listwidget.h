@@ -15,6 +15,9 @@ public:
     // A new item that shows entry; icon is a resource path.
     static QListWidgetItem *makeItem(const HistoryAddrList &entry, const QString &icon);
 
+    // Removes the last row, the oldest entry's, as if it had never been clicked.
+    void removeLastRow();
+
     QListWidgetItem *listItem =
         nullptr; // last clicked or pressed; an unattached placeholder at first
     int currentIndex = 0; // row of the item last clicked or pressed
@@ -35,6 +38,7 @@ protected:
 
 private:
     void resetListItem();
+    void forget(QListWidgetItem *item); // deletes an item that was taken out
 
     QListWidgetItem *placeholder =
         nullptr; // owned; what listItem points to when no item was clicked

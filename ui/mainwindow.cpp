@@ -354,6 +354,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
     snapThread->runFlag = false;
     snapThread->quit();
     snapThread->wait();
+    closed = true;
     event->accept();
 }
 

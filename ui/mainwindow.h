@@ -201,4 +201,6 @@ private:
 
     bool stopping = false; // true inside a stop, whose close() can deliver output and so call back
     bool positionAnswered = false; // the engine of this start has answered a position
+    // A signal can close the window while a box is open; what waited for the box must not go on.
+    bool closed = false;
 };

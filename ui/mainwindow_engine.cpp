@@ -55,6 +55,8 @@ void MainWindow::softAndVdpauPlay(int index)
         enginecommands::engineArguments(entry, decodeFlag, screenShotPath, playinglist.widID);
     if (decodeFlag == 2 && entry.codec_type == 2)
         showNotice("该视频格式可能不支持硬解码!");
+    if (closed)
+        return;
     startEngine(startPath + "/files/bin/mplayer", arguments, index);
     processTimer->start(pollInterval);
     const QString name = getFileNameFromAddr(entry.addr);

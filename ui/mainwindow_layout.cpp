@@ -96,6 +96,7 @@ void MainWindow::putListInPlace()
 void MainWindow::showEvent(QShowEvent *event)
 {
     QMainWindow::showEvent(event);
+    closed = false;
     centre();
 }
 

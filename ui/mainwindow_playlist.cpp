@@ -40,6 +40,8 @@ bool MainWindow::checkVideoFileInput(QString file) { return probeMedia(file); }
 
 void MainWindow::openAndDragFile(QString path)
 {
+    if (closed)
+        return;
     if (!checkVideoFileInput(path)) {
         showNotice("视频解析失败!");
         return;
@@ -48,7 +50,7 @@ void MainWindow::openAndDragFile(QString path)
         on_stopBtn_clicked();
     const int known = checkAddrExist(path);
     // A paused engine that has another entry loaded would only be resumed.
-    if (loadedEntryDiffersFrom(known))
+    if (known < 0 ? playinglist.state != 0 : loadedEntryDiffersFrom(known))
         on_stopBtn_clicked();
     if (known < 0) {
         addToAddrList(path); // makes it the playing one
@@ -56,7 +58,7 @@ void MainWindow::openAndDragFile(QString path)
         listWidget->insertItem(0, ListWidget::makeItem(addrlist[addrNum - 1], localIcon));
         listWidget->setCurrentRow(0);
         if (listWidget->count() > addrNum)
-            delete listWidget->takeItem(listWidget->count() - 1);
+            listWidget->removeLastRow();
     } else {
         playinglist.addrIndex = known;
     }

@@ -3,10 +3,14 @@
 #include "enginebench.h"
 #include "testsupport.h"
 #include "testwindow.h"
+#include "toolbench.h"
+#include "whenopen.h"
 
 #include <QCloseEvent>
+#include <QDropEvent>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QMimeData>
 #include <QSettings>
 #include <QtTest>
 
@@ -28,6 +32,8 @@ private slots:
     void tenTimes();
     void destroyedWithoutClosing();
     void engineThatIgnoresQuit();
+    void duringARefusalNothingMoreIsOpened();
+    void duringAWarningNothingIsStarted();
 
 private:
     void makeWindow();
@@ -236,6 +242,51 @@ void TestClosing::engineThatIgnoresQuit()
     QVERIFY(window->close());
     QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
     QVERIFY(engine->waitForNoEngine());
+}
+
+// A signal closes the window from inside a box's event loop; then the other dropped files must not
+// come into the list that was just emptied.
+void TestClosing::duringARefusalNothingMoreIsOpened()
+{
+    StandInTools tools;
+    tools.setProbeAnswerFor("/text.txt", "");
+    emptyListCheckFlag = true;
+    play();
+    QMimeData data;
+    data.setUrls({QUrl("file:///text.txt"), QUrl("file:///second.mp4")});
+    QDropEvent drop(QPointF(10, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    WhenModal closing([this](QWidget *box) {
+        window->close();
+        box->close();
+    });
+    window->dropEvent(&drop);
+    QVERIFY(closing.happened());
+    QCOMPARE(tools.probeCalls().size(), 1);
+    QCOMPARE(addrNum, 1);
+    QCOMPARE(QFileInfo(defaultPlayPath).size(), qint64(0));
+    QCOMPARE(engine->starts().size(), 1);
+    QVERIFY(engine->runningEngines().isEmpty());
+
+    window->show(); // open again
+    window->openAndDragFile("/second.mp4");
+    QVERIFY(engine->waitForStarts(2));
+}
+
+void TestClosing::duringAWarningNothingIsStarted()
+{
+    addrlist[0].codec_type = 2;
+    decodeFlag = 2;
+    WhenModal closing([this](QWidget *box) {
+        window->close();
+        box->close();
+    });
+    window->on_playBtn_clicked();
+    QVERIFY(closing.happened());
+    QCOMPARE(playinglist.state, 0);
+    QCOMPARE(playinglist.process_mplayer->state(), QProcess::NotRunning);
+    QVERIFY(!window->processTimer->isActive());
+    QVERIFY(engine->starts().isEmpty());
+    QCOMPARE(storedPosition(), 7);
 }
 
 QTEST_MAIN(TestClosing)

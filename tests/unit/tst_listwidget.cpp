@@ -39,6 +39,7 @@ private slots:
     void deleteRows();
     void deleteWithAFullArray();
     void deletedItemIsForgotten();
+    void lastRowIsForgotten();
     void clearAnsweredNo();
     void clearAnsweredYes();
     void clearWhilePlaying();
@@ -347,6 +348,26 @@ void TestListWidget::deletedItemIsForgotten()
     QVERIFY(!list.listItem->listWidget());
     QCOMPARE(list.currentIndex, 1);
     list.playSelectedList();
+}
+
+// Also as the item that was clicked last: the menu asks that one for its text.
+void TestListWidget::lastRowIsForgotten()
+{
+    ListWidget list;
+    fill(list, 3);
+    list.setCurrentRow(2);
+    list.getListName(list.item(2));
+    list.removeLastRow();
+    QCOMPARE(list.count(), 2);
+    QCOMPARE(list.item(1)->text(), QString("1.mp4"));
+    QVERIFY(!list.listItem->listWidget());
+    QVERIFY(list.listItem->text().isEmpty());
+    list.playSelectedList();
+
+    list.getListName(list.item(0)); // any other stays
+    list.removeLastRow();
+    QCOMPARE(list.listItem, list.item(0));
+    QCOMPARE(addrNum, 3); // the entries are the caller's
 }
 
 void TestListWidget::clearAnsweredNo()

@@ -188,7 +188,7 @@ private:
     void stopPlayback();
     void showLength(int seconds);
     void showPosition(int seconds);
-    bool loadedEntryDiffersFrom(int index) const;
+    void stopUnlessLoaded(int index);
 
     // Adjustments.
     void setVolumeIcon(const QString &icon, bool onBar);
@@ -201,6 +201,7 @@ private:
 
     bool stopping = false; // true inside a stop, whose close() can deliver output and so call back
     bool positionAnswered = false; // the engine of this start has answered a position
+    QString loadedAddr; // what the engine was started on
     // A signal can close the window while a box is open; what waited for the box must not go on.
     bool closed = false;
 };

@@ -41,6 +41,7 @@ void MainWindow::softAndVdpauPlay(int index)
     // of the media and start another engine.
     processTimer->stop();
     positionAnswered = false;
+    loadedAddr = addrlist[index].addr;
     if (decodeSoftware != 0) {
         mpvPlay(index);
         return;
@@ -272,7 +273,12 @@ void MainWindow::stopPlayback()
     stopping = false;
 }
 
-bool MainWindow::loadedEntryDiffersFrom(int index) const
+// A paused engine would only be resumed, whatever entry (-1: a new one) is to be played next. Its
+// position belongs to the entry it has loaded, which deleted rows may have parted from the index.
+void MainWindow::stopUnlessLoaded(int index)
 {
-    return playinglist.state != 0 && playinglist.addrIndex != index;
+    if (playinglist.state == 0 || (index >= 0 && addrlist[index].addr == loadedAddr))
+        return;
+    playinglist.addrIndex = checkAddrExist(loadedAddr);
+    on_stopBtn_clicked();
 }

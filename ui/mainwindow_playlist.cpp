@@ -49,9 +49,7 @@ void MainWindow::openAndDragFile(QString path)
     if (playingState)
         on_stopBtn_clicked();
     const int known = checkAddrExist(path);
-    // A paused engine that has another entry loaded would only be resumed.
-    if (known < 0 ? playinglist.state != 0 : loadedEntryDiffersFrom(known))
-        on_stopBtn_clicked();
+    stopUnlessLoaded(known);
     if (known < 0) {
         addToAddrList(path); // makes it the playing one
         // A new entry always gets the local icon, streams too: intended.
@@ -98,8 +96,9 @@ void MainWindow::playSelectedItem(QListWidgetItem *)
         return;
     if (playinglist.addrIndex == target && playingState)
         return;
-    if (playingState || loadedEntryDiffersFrom(target))
+    if (playingState)
         on_stopBtn_clicked();
+    stopUnlessLoaded(target);
     playinglist.addrIndex = target;
     on_playBtn_clicked();
 }
@@ -109,8 +108,9 @@ void MainWindow::playSelected(int row)
     const int target = entryOfRow(row, addrNum);
     if (target < 0 || target >= addrNum || playinglist.addrIndex == target)
         return;
-    if (playingState || loadedEntryDiffersFrom(target))
+    if (playingState)
         on_stopBtn_clicked();
+    stopUnlessLoaded(target);
     playinglist.addrIndex = target;
     on_playBtn_clicked();
 }

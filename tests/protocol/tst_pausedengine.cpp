@@ -1,6 +1,7 @@
 // A paused engine stays loaded: what happens to it when another entry is opened or played.
 #include "common.h"
 #include "enginebench.h"
+#include "playorder.h"
 #include "testsupport.h"
 #include "testwindow.h"
 #include "toolbench.h"
@@ -18,8 +19,11 @@ private slots:
     void newFile_data();
     void newFile();
     void sameFile();
+    void entriesAfterADeletion_data();
+    void entriesAfterADeletion();
 
 private:
+    void pauseAt(int index, int count);
     QByteArrayList played() const;
 
     std::optional<InstallRoot> root;
@@ -28,7 +32,6 @@ private:
     std::optional<TestWindow> window;
 };
 
-// Entries /f/0.mp4 to /f/2.mp4, the oldest of them loaded, 40 s in and paused.
 void TestPausedEngine::init()
 {
     resetSharedState();
@@ -39,15 +42,20 @@ void TestPausedEngine::init()
     engine->setLength("100");
     engine->setPosition("40");
     tools.emplace();
-    for (int i = 0; i < 3; i++) {
+    lastTimePlayFlag = true;
+}
+
+// Entries /f/0.mp4 (oldest) and so on, one of them loaded, 40 s in and paused.
+void TestPausedEngine::pauseAt(int index, int count)
+{
+    for (int i = 0; i < count; i++) {
         addrlist[i].addr = QString("/f/%1.mp4").arg(i);
         addrlist[i].label = QString("%1.mp4").arg(i);
         addrlist[i].type = 1;
     }
-    addrNum = 3;
-    lastTimePlayFlag = true;
+    addrNum = count;
     window.emplace();
-    playinglist.addrIndex = 0;
+    playinglist.addrIndex = index;
     window->on_playBtn_clicked();
     QVERIFY(engine->waitForStarts(1));
     QTRY_COMPARE(window->ui->processSlider->maximum(), 100);
@@ -84,6 +92,7 @@ void TestPausedEngine::newFile_data()
 void TestPausedEngine::newFile()
 {
     QFETCH(bool, deleteFirst);
+    pauseAt(0, 3);
     if (deleteFirst) {
         window->listWidget->setCurrentRow(1);
         window->listWidget->deleteSelected();
@@ -96,17 +105,62 @@ void TestPausedEngine::newFile()
     QCOMPARE(playinglist.addrIndex, addrNum - 1);
     QCOMPARE(addrlist[addrNum - 1].last_play_time, 0);
     QCOMPARE(engine->runningEngines(), QList<qint64>() << engine->last().pid);
-    if (!deleteFirst)
-        QCOMPARE(addrlist[0].last_play_time, 40);
+    QCOMPARE(addrlist[0].addr, QString("/f/0.mp4"));
+    QCOMPARE(addrlist[0].last_play_time, 40);
 }
 
 void TestPausedEngine::sameFile()
 {
+    pauseAt(0, 3);
     window->openAndDragFile("/f/0.mp4");
     QVERIFY(playingState);
     QVERIFY(engine->waitForInputCount("pause\n", 2));
     QCOMPARE(played(), QByteArrayList({"/f/0.mp4"}));
     QCOMPARE(addrNum, 3);
+}
+
+void TestPausedEngine::entriesAfterADeletion_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::addColumn<bool>("byList");
+    QTest::addColumn<QByteArrayList>("expected");
+    for (bool byList : {true, false}) {
+        const char *way = byList ? "list" : "opened";
+        QTest::addRow("the loaded one, %s", way) << 2 << byList << QByteArrayList{"/f/1.mp4"};
+        QTest::addRow("the one of the index, %s", way)
+            << 3 << byList << QByteArrayList{"/f/1.mp4", "/f/0.mp4"};
+        QTest::addRow("any other, %s", way)
+            << 0 << byList << QByteArrayList{"/f/1.mp4", "/f/4.mp4"};
+    }
+}
+
+// Where a row is deleted the index moves by a rule that can part it from the loaded entry.
+void TestPausedEngine::entriesAfterADeletion()
+{
+    QFETCH(int, row);
+    QFETCH(bool, byList);
+    QFETCH(QByteArrayList, expected);
+    pauseAt(1, 5);
+    addrlist[0].last_play_time = 3;
+    window->listWidget->setCurrentRow(2);
+    window->listWidget->deleteSelected();
+    QCOMPARE(playinglist.addrIndex, 0);
+    const int target = entryOfRow(row, addrNum);
+    if (byList) {
+        window->listWidget->currentIndex = row;
+        window->playSelectedItem(nullptr);
+    } else {
+        window->openAndDragFile(addrlist[target].addr);
+    }
+    QVERIFY(engine->waitForStarts(expected.size()));
+    QCOMPARE(played(), expected);
+    QCOMPARE(playinglist.addrIndex, target);
+    QVERIFY(playingState);
+    QCOMPARE(addrlist[0].last_play_time, 3);
+    QCOMPARE(addrlist[1].addr, QString("/f/1.mp4"));
+    QCOMPARE(addrlist[1].last_play_time, expected.size() == 2 ? 40 : 0);
+    if (expected.size() == 1)
+        QVERIFY(engine->waitForInputCount("pause\n", 2));
 }
 
 QTEST_MAIN(TestPausedEngine)

@@ -17,6 +17,7 @@ public:
     using MainWindow::MainWindow;
 
     using MainWindow::ads;
+    using MainWindow::btnLayout;
     using MainWindow::curDecodeFlag;
     using MainWindow::currentPosition;
     using MainWindow::currentSpeed;
@@ -25,15 +26,20 @@ public:
     using MainWindow::listHideFlag;
     using MainWindow::listWidget;
     using MainWindow::m_titleBar;
+    using MainWindow::mainLayout;
     using MainWindow::mouseClickTimer;
     using MainWindow::mplayer;
     using MainWindow::normalHeight;
     using MainWindow::normalWidth;
+    using MainWindow::processLabelLayout;
     using MainWindow::processTimer;
     using MainWindow::screenHeight;
     using MainWindow::screenWidth;
     using MainWindow::snapThread;
     using MainWindow::stateLabelTimer;
+    using MainWindow::subTitleFileName;
+    using MainWindow::subTitleLabel;
+    using MainWindow::subTitlePos;
     using MainWindow::subTitleScale;
     using MainWindow::sw;
     using MainWindow::ui;
@@ -41,6 +47,8 @@ public:
     using MainWindow::widgetNormalHeight;
     using MainWindow::widgetNormalWidth;
     using MainWindow::windowActiveFlag;
+    using MainWindow::windWidth;
+    using MainWindow::winHeight;
 
     using MainWindow::closeEvent;
     using MainWindow::contextMenuEvent;

@@ -22,6 +22,7 @@ private slots:
     void formKeepsItsOrder();
     void noticeLiesOnTop();
     void looksAtConstruction();
+    void fieldsAtConstruction();
     void buttonLooks_data();
     void buttonLooks();
     void sliderLooks();
@@ -191,6 +192,29 @@ void TestMainWindowLooks::looksAtConstruction()
              triangle.pixmap(10, 10).toImage());
 }
 
+void TestMainWindowLooks::fieldsAtConstruction()
+{
+    maxFlag = true;
+    TestWindow window(nullptr);
+    QVERIFY(!maxFlag);
+    QVERIFY(!window.windowActiveFlag);
+    QCOMPARE(window.currentPosition, 0);
+    QCOMPARE(window.lastVol, 0);
+    QCOMPARE(window.widgetNormalWidth, 0);
+    QCOMPARE(window.widgetNormalHeight, 0);
+    const QList<QTimer *> timers{window.processTimer, window.mouseClickTimer,
+                                 window.stateLabelTimer, window.volumSliderTimer};
+    for (QTimer *timer : timers)
+        QVERIFY(timer->parent() == &window && !timer->isActive());
+
+    // Never used.
+    QVERIFY(!window.mainLayout && !window.btnLayout && !window.processLabelLayout);
+    QVERIFY(!window.subTitleLabel && window.subTitleFileName.isEmpty());
+    QCOMPARE(window.subTitlePos, 0);
+    QCOMPARE(window.windWidth, 0);
+    QCOMPARE(window.winHeight, 0);
+}
+
 void TestMainWindowLooks::buttonLooks_data()
 {
     QTest::addColumn<QString>("name");
@@ -310,7 +334,7 @@ void TestMainWindowLooks::gripChangesTheCursorOnly()
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     const QSize size = window.size();
-    window.on_resizeBtn_pressed();
+    QVERIFY(QMetaObject::invokeMethod(window.ui->resizeBtn, "pressed"));
     QCOMPARE(window.cursor().shape(), Qt::SizeFDiagCursor);
     QCOMPARE(window.size(), size);
 }

@@ -87,6 +87,7 @@ private slots:
     void fullScreenFromTheBar();
     void buttonsActOnce_data();
     void buttonsActOnce();
+    void togglesActOnce();
 
 private:
     QScopedPointer<InstallRoot> root;
@@ -256,6 +257,21 @@ void TestMainWindowWires::buttonsActOnce()
     window->ui->snapShotBtn->setEnabled(true);
     window->findChild<QToolButton *>(button)->click();
     QCOMPARE(scribe.finish(), written);
+}
+
+// Called twice, each of these would look as if nothing had happened.
+void TestMainWindowWires::togglesActOnce()
+{
+    window->ui->hideListBtn->click();
+    QVERIFY(window->listHideFlag);
+    window->ui->speedSetBtn->click();
+    QCOMPARE(window->sw->state, 1);
+    QVERIFY(window->sw->isVisible());
+    Scribe scribe;
+    QVERIFY(scribe.start());
+    window->ui->stopBtn->click();
+    QCOMPARE(playinglist.state, 0);
+    QCOMPARE(playinglist.process_mplayer->state(), QProcess::NotRunning);
 }
 
 QTEST_MAIN(TestMainWindowWires)

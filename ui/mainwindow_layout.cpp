@@ -42,16 +42,18 @@ void MainWindow::layOutPlayArea()
 {
     QWidget *placeholder = ui->listWidget;
     const int playWidth = width() - placeholder->width();
-    // A width is subtracted from a height: intended.
-    const int playHeight = height() - m_titleBar->height() - ui->processSlider->height() -
-        ui->openFileBtn->width() - 70;
+    // A width is subtracted from a height: intended. A window manager can make the window smaller
+    // than all that, but no size may be negative.
+    const int playHeight = qMax(0,
+                                height() - m_titleBar->height() - ui->processSlider->height() -
+                                    ui->openFileBtn->width() - 70);
     const int top = m_titleBar->height() + 10;
     putListInPlace();
     if (listHideFlag) {
-        ui->playWidget->setFixedSize(playWidth - 5 + placeholder->width(), playHeight);
+        ui->playWidget->setFixedSize(qMax(0, playWidth - 5 + placeholder->width()), playHeight);
         placeholder->move(ui->playWidget->width() - placeholder->width(), top);
     } else {
-        ui->playWidget->setFixedSize(playWidth - 5, playHeight);
+        ui->playWidget->setFixedSize(qMax(0, playWidth - 5), playHeight);
         placeholder->move(ui->playWidget->width(), top);
     }
     placeholder->setFixedSize(placeholder->width(), ui->playWidget->height());
@@ -62,7 +64,7 @@ void MainWindow::layOutButtonRow(int sliderY)
     const int playWidth = width() - ui->listWidget->width();
     QSlider *slider = ui->processSlider;
     slider->move(slider->x(), sliderY);
-    slider->setFixedSize(isMaximized() ? playWidth - 20 : playWidth, 20);
+    slider->setFixedSize(qMax(0, isMaximized() ? playWidth - 20 : playWidth), 20);
 
     // All spacing keys on the play button's width: intended.
     const int centre = (width() - 50) / 2 - 100;
@@ -113,7 +115,7 @@ void MainWindow::on_hideListBtn_clicked()
         return;
     if (listHideFlag) {
         listWidget->show();
-        ui->playWidget->setFixedSize(width() - listWidth, ui->playWidget->height());
+        ui->playWidget->setFixedSize(qMax(0, width() - listWidth), ui->playWidget->height());
         setHint(ui->hideListBtn, "隐藏列表");
     } else {
         ui->playWidget->setFixedSize(width(), ui->playWidget->height());

@@ -25,6 +25,7 @@ private slots:
     void geometryWithHiddenList_data();
     void geometryWithHiddenList();
     void geometryMaximised();
+    void tinyWindow();
     void resizeInFullScreenChangesNothing();
     void listToggle();
     void listToggleKeepsItsFirstWidth();
@@ -230,6 +231,24 @@ void TestMainWindowLayout::geometryMaximised()
     window.showNormal();
     QTRY_COMPARE(window.size(), QSize(945, 564));
     QTRY_COMPARE(window.ui->processSlider->width(), 734);
+}
+
+// Smaller than its parts: nothing has a negative size, and all comes back.
+void TestMainWindowLayout::tinyWindow()
+{
+    TestWindow window(nullptr);
+    show(window);
+    LogCapture log;
+    for (int i = 0; i < 3; ++i) { // list shown, hidden and shown again
+        resizeTo(window, 60 + i, 50);
+        QCOMPARE(window.ui->playWidget->size(), QSize(i == 1 ? 56 : 0, 0));
+        QCOMPARE(window.ui->processSlider->size(), QSize(0, 20));
+        window.on_hideListBtn_clicked();
+    }
+    window.on_hideListBtn_clicked();
+    resizeTo(window, 945, 564);
+    QCOMPARE(geometryOf(window.ui->playWidget), QRect(0, 40, 729, 412));
+    QVERIFY2(log.lines().filter("QWidget::").isEmpty(), qPrintable(log.lines().join('\n')));
 }
 
 void TestMainWindowLayout::resizeInFullScreenChangesNothing()

@@ -162,6 +162,8 @@ namespace {
 struct SeenMenu {
     QString title;
     QString style;
+    QPoint position;
+    QObject *parent = nullptr;
     QStringList texts;
     QList<bool> enabled;
 };
@@ -178,6 +180,8 @@ SeenMenu openMenu(ListWidget &list, int trigger = -1)
         watch.stop();
         seen.title = menu->title();
         seen.style = menu->styleSheet();
+        seen.position = menu->pos();
+        seen.parent = menu->parent();
         for (QAction *action : menu->actions()) {
             seen.texts << action->text();
             seen.enabled << action->isEnabled();
@@ -216,7 +220,13 @@ void TestListWidget::menuOfAFilledList()
     ListWidget list;
     fill(list, 2);
     list.show();
-    QCOMPARE(openMenu(list).enabled, QList<bool>({true, true, true}));
+    // At the cursor, wherever the event says it is.
+    QCursor::setPos(310, 290);
+    QTRY_COMPARE(QCursor::pos(), QPoint(310, 290));
+    const SeenMenu seen = openMenu(list);
+    QCOMPARE(seen.position, QPoint(310, 290));
+    QCOMPARE(seen.parent, &list);
+    QCOMPARE(seen.enabled, QList<bool>({true, true, true}));
     QVERIFY(log.contains("count: 2"));
 
     QSignalSpy played(&list, SIGNAL(sig_play(QListWidgetItem *)));

@@ -463,16 +463,26 @@ void TestListWidget::rowsFollowEntriesThroughRandomWork()
     QStringList model; // oldest first
     int next = 0;
     // Writing the file is another test's subject; a folder in its place keeps this one quick.
-    QVERIFY(QDir().mkpath(defaultPlayPath));
+    const QString folder = defaultPlayPath;
+    QVERIFY(QDir().mkpath(folder));
+    const QString openable = root->path() + "/empty.json"; // a clear needs a file
+    int clears = 0;
     LogCapture quiet;
     for (int round = 0; round < 10000; round++) {
-        const quint32 choice = random.bounded(100);
-        if (choice < 55 && addrNum < kHistoryCapacity) {
+        const quint32 choice = random.bounded(1000);
+        if (choice < 550 && addrNum < kHistoryCapacity) {
             HistoryAddrList &entry = addrlist[addrNum++];
             entry.addr = entry.label = QString::number(next++);
             list.insertItem(0, ListWidget::makeItem(entry, ":/image/icon/video1.png"));
             model << entry.addr;
-        } else if (choice < 99 && addrNum > 0) {
+        } else if (choice >= 996) {
+            defaultPlayPath = openable;
+            answer(QMessageBox::Yes);
+            list.emptyList();
+            defaultPlayPath = folder;
+            model.clear();
+            clears++;
+        } else if (addrNum > 0) {
             playinglist.addrIndex = int(random.bounded(addrNum + 2)) - 1;
             const int row = int(random.bounded(addrNum));
             list.setCurrentRow(row);
@@ -490,6 +500,7 @@ void TestListWidget::rowsFollowEntriesThroughRandomWork()
     }
     for (int i = 0; i < addrNum; i++)
         QCOMPARE(list.item(addrNum - 1 - i)->text(), model.at(i));
+    QVERIFY(clears > 20);
 }
 
 QTEST_MAIN(TestListWidget)

@@ -138,6 +138,8 @@ public:
         return addresses;
     }
 
+    QString lastPlayed() const { return QString::fromLocal8Bit(engine.last().arguments.value(0)); }
+
     // How often the history file was rewritten since log was cleared.
     int rewrites() const { return log.lines().filter("Vary json message 0").size(); }
 

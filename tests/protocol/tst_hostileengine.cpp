@@ -1,0 +1,426 @@
+// No engine freezes the player, whatever it does: a heartbeat in the GUI thread goes on while it is
+// silent, floods, prints what is no text, does not read, crashes or can't be started; the player
+// stops and closes at once, has one engine at most, and keeps little of what nobody reads.
+#include "common.h"
+#include "enginebench.h"
+#include "enginecommands.h"
+#include "engineprocess.h"
+#include "heartbeat.h"
+#include "ownprocess.h"
+#include "playorder.h"
+#include "processes.h"
+#include "testsupport.h"
+#include "testwindow.h"
+
+#include <QSlider>
+#include <QtTest>
+
+#include <csignal>
+#include <functional>
+
+namespace {
+
+// What is read at once, what may stay unread, and room for the allocator.
+constexpr qint64 memoryLimit = 8 << 20;
+constexpr int stopLimit = 1000; // ms
+
+bool longTests() { return qEnvironmentVariableIntValue("PLAYER_LONG_TESTS") != 0; }
+
+qint64 floodSize() { return (longTests() ? 100 : 20) << 20; }
+
+struct Hostile {
+    const char *name;
+    void (*setUp)(StandInEngine &engine);
+    int watchMs; // while it plays
+    int watchMsLong;
+};
+
+// At the start, and again while paused and while the slider is held, when nothing is read.
+void always(StandInEngine &engine, const QByteArray &action)
+{
+    engine.atStart(action);
+    engine.on("pause", action);
+    engine.on("seek", action);
+}
+
+const Hostile hostiles[] = {
+    {"never answers", [](StandInEngine &engine) { engine.setSilent(); }, 800, 60000},
+    {"floods", [](StandInEngine &engine) { always(engine, EngineAction::flood(floodSize())); },
+     1500, 15000},
+    {"floods with answers",
+     [](StandInEngine &engine) {
+         QByteArray answers;
+         for (int i = 0; answers.size() < 1000000; ++i)
+             answers += "ANS_TIME_POSITION=" + QByteArray::number(i % 19) +
+                 ".5\nANS_LENGTH=" + QByteArray::number(19 + i % 3) + "\n";
+         always(engine, EngineAction::print(answers));
+     },
+     1500, 15000},
+    {"a megabyte without a line end",
+     [](StandInEngine &engine) { always(engine, EngineAction::print(QByteArray(1 << 20, 'x'))); },
+     800, 5000},
+    {"eight megabytes without a line end",
+     [](StandInEngine &engine) { always(engine, EngineAction::print(QByteArray(8 << 20, 'x'))); },
+     800, 5000},
+    {"a megabyte of one answer",
+     [](StandInEngine &engine) {
+         always(engine,
+                EngineAction::print("ANS_TIME_POSITION=" + QByteArray(1 << 20, '9') + "\n"));
+     },
+     800, 5000},
+    {"invalid UTF-8",
+     [](StandInEngine &engine) {
+         always(
+             engine,
+             EngineAction::print(QByteArray("\xff\xfe\xc0\x80\xed\xa0\x80\n\xf5").repeated(5000) +
+                                 QByteArray("ANS_LENGTH=\xff\xfe\n\0ANS_LENGTH\n", 27)));
+     },
+     800, 5000},
+    {"only carriage returns",
+     [](StandInEngine &engine) {
+         always(engine, EngineAction::print(QByteArray("ANS_TIME_POSITION=7.0\r").repeated(50000)));
+         engine.on("get_time_length", EngineAction::print("ANS_LENGTH=20.00\r"));
+         engine.on("get_time_pos", EngineAction::print("ANS_TIME_POSITION=7.0\r"));
+     },
+     800, 5000},
+    {"answers in Chinese",
+     [](StandInEngine &engine) {
+         always(engine,
+                EngineAction::print(QByteArray("正在播放。答：长度＝二十秒\n").repeated(999)));
+         engine.setLength("二十秒");
+         engine.setPosition("第七秒");
+     },
+     800, 5000},
+    {"ignores quit and signals",
+     [](StandInEngine &engine) {
+         engine.ignoreQuit();
+         engine.ignoreTerm();
+     },
+     800, 5000},
+    {"closes its input",
+     [](StandInEngine &engine) { engine.after(300, EngineAction::closeInput()); }, 800, 5000},
+    {"reads nothing for a minute",
+     [](StandInEngine &engine) { engine.atStart(EngineAction::stopReading(60000)); }, 10000, 61000},
+};
+
+} // namespace
+
+class TestHostileEngine : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void heartGoesOn_data();
+    void heartGoesOn();
+    void answersAreShownOnceTheyCome();
+    void keepsLittleOfWhatIsUnread_data();
+    void keepsLittleOfWhatIsUnread();
+    void inputThatNobodyReads();
+    void crashesAtEachCommand_data();
+    void crashesAtEachCommand();
+    void commandsToACrashedEngine();
+    void cannotBeStarted_data();
+    void cannotBeStarted();
+
+private:
+    void start();
+    void stopInTime();
+    void closeInTime();
+    bool oneEngineAtMost() const;
+
+    QScopedPointer<InstallRoot> root;
+    QScopedPointer<LogCapture> log;
+    QScopedPointer<StandInEngine> engine;
+    QScopedPointer<TestWindow> window;
+};
+
+void TestHostileEngine::init()
+{
+    resetSharedState();
+    root.reset(new InstallRoot);
+    log.reset(new LogCapture);
+    defaultPlayPath = root->historyFile();
+    screenShotPath = root->path() + "/shots/";
+    QVERIFY(QDir().mkpath(screenShotPath));
+    engine.reset(new StandInEngine(root->path()));
+    addrlist[0].addr = "/film.mp4";
+    addrlist[0].label = "film.mp4";
+    addrlist[0].type = 1;
+    addrNum = 1;
+    varyJsonConfig(defaultPlayPath, addrlist);
+    lastTimePlayFlag = true;
+    window.reset(new TestWindow(nullptr));
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(window.data()));
+    QTest::qWait(50); // the first painting
+}
+
+void TestHostileEngine::cleanup()
+{
+    window.reset();
+    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(!engine->overlapped());
+    engine.reset();
+    log.reset();
+    root.reset();
+}
+
+void TestHostileEngine::start()
+{
+    const int before = engine->starts().size();
+    window->on_playBtn_clicked();
+    QVERIFY(engine->waitForStarts(before + 1));
+    QCOMPARE(engine->runningEngines().size(), 1);
+}
+
+void TestHostileEngine::stopInTime()
+{
+    QElapsedTimer clock;
+    clock.start();
+    window->on_stopBtn_clicked();
+    QVERIFY2(clock.elapsed() < stopLimit, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY(!engineRuns());
+    QTRY_VERIFY_WITH_TIMEOUT(engine->runningEngines().isEmpty(), stopLimit);
+    QVERIFY(Processes::zombieChildrenOf(QCoreApplication::applicationPid()).isEmpty());
+}
+
+void TestHostileEngine::closeInTime()
+{
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(window->close());
+    QVERIFY2(clock.elapsed() < stopLimit, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY(!engineRuns());
+    QTRY_VERIFY_WITH_TIMEOUT(engine->runningEngines().isEmpty(), stopLimit);
+    QVERIFY(Processes::zombieChildrenOf(QCoreApplication::applicationPid()).isEmpty());
+}
+
+bool TestHostileEngine::oneEngineAtMost() const
+{
+    return engine->runningEngines().size() <= 1 && !engine->overlapped();
+}
+
+void TestHostileEngine::heartGoesOn_data()
+{
+    QTest::addColumn<int>("which");
+    int which = 0;
+    for (const Hostile &hostile : hostiles)
+        QTest::newRow(hostile.name) << which++;
+}
+
+// Plays, pauses, holds the slider, stops; plays again and closes.
+void TestHostileEngine::heartGoesOn()
+{
+    QFETCH(int, which);
+    const Hostile &hostile = hostiles[which];
+    hostile.setUp(*engine);
+    start();
+    if (QTest::currentTestFailed())
+        return;
+
+    Heartbeat heart;
+    const qint64 memory = OwnProcess::heap();
+    heart.watch(longTests() ? hostile.watchMsLong : hostile.watchMs);
+    QVERIFY(oneEngineAtMost());
+
+    window->on_playBtn_clicked();
+    QVERIFY(!playingState);
+    heart.watch(300);
+    window->on_playBtn_clicked();
+    QVERIFY(playingState);
+    window->ui->processSlider->setSliderDown(true);
+    heart.watch(300);
+    window->ui->processSlider->setSliderDown(false);
+    heart.watch(300);
+    QVERIFY2(heart.isSteady(), heart.report());
+    QVERIFY(heart.beats() > 50);
+    const qint64 growth = heart.peakHeap() - memory;
+    QVERIFY2(growth < memoryLimit, qPrintable(QString::number(growth)));
+    QVERIFY(oneEngineAtMost());
+    QVERIFY(playinglist.state == 1);
+    stopInTime();
+
+    start();
+    closeInTime();
+}
+
+// After 5 s of silence everything is as it should be.
+void TestHostileEngine::answersAreShownOnceTheyCome()
+{
+    engine->on("get_time_length", EngineAction::sleep(5000), 1);
+    engine->on("get_time_length", EngineAction::answer());
+    engine->setPosition("11.0");
+    start();
+    Heartbeat heart;
+    QVERIFY(!heart.watchUntil([] { return false; }, 2000));
+    QCOMPARE(window->ui->totalTimeLabel->text(), QString("00:00:00"));
+    QVERIFY(heart.watchUntil([this] { return window->ui->totalTimeLabel->text() == "00:00:20"; },
+                             20000));
+    QVERIFY(heart.watchUntil([this] { return window->currentPosition == 11; }, 5000));
+    QVERIFY2(heart.isSteady(), heart.report());
+    stopInTime();
+}
+
+void TestHostileEngine::keepsLittleOfWhatIsUnread_data()
+{
+    QTest::addColumn<bool>("held");
+    QTest::newRow("paused") << false;
+    QTest::newRow("slider held") << true;
+}
+
+// Nothing is taken out while paused or held; all that the engine prints must go nevertheless.
+void TestHostileEngine::keepsLittleOfWhatIsUnread()
+{
+    QFETCH(bool, held);
+    engine->on("pause", EngineAction::flood(64 << 20));
+    engine->on("seek", EngineAction::flood(64 << 20));
+    engine->on("mute", EngineAction::exit(3));
+    start();
+    const qint64 memory = OwnProcess::heap();
+    Heartbeat heart;
+    if (held)
+        window->ui->processSlider->setSliderDown(true);
+    else
+        window->on_playBtn_clicked();
+    qint64 read = 0;
+    connect(playinglist.process_mplayer, &QProcess::readyReadStandardOutput, window.data(),
+            [&] { read = qMax(read, playinglist.process_mplayer->bytesAvailable()); });
+    // Read, and obeyed, only after the flood.
+    writeToEngine(enginecommands::mute);
+    QVERIFY(heart.watchUntil(
+        [this] { return playinglist.process_mplayer->state() == QProcess::NotRunning; }, 60000));
+    QVERIFY2(heart.isSteady(), heart.report());
+    QVERIFY2(read <= (1 << 20), qPrintable(QString::number(read)));
+    const qint64 growth = heart.peakHeap() - memory;
+    QVERIFY2(growth < memoryLimit, qPrintable(QString::number(growth)));
+    if (held)
+        window->ui->processSlider->setSliderDown(false);
+}
+
+// A full pipe: what doesn't fit waits in the player and neither blocks it nor the end.
+void TestHostileEngine::inputThatNobodyReads()
+{
+    engine->atStart(EngineAction::stopReading(60000));
+    start();
+    Heartbeat heart;
+    const auto sendMuch = [] {
+        for (int i = 0; i < 20000; ++i)
+            writeToEngine("seek 1000000 2\n");
+    };
+    QTimer::singleShot(100, window.data(), sendMuch);
+    heart.watch(1500);
+    QVERIFY2(heart.isSteady(), heart.report());
+    QVERIFY(playinglist.process_mplayer->bytesToWrite() > 100000);
+    stopInTime();
+    start();
+    sendMuch();
+    closeInTime();
+}
+
+void TestHostileEngine::crashesAtEachCommand_data()
+{
+    QTest::addColumn<bool>("answersFirst");
+    QTest::newRow("at") << false;
+    QTest::newRow("after") << true;
+}
+
+static const char *const commands[] = {
+    "seek -5 0\n",       "seek +5 0\n",       "seek 10 2\n",        "pause\n",
+    "mute 1\n",          "volume 30 2\n",     "speed_set 1.5\n",    "audio_delay  0.1\n",
+    "sub_delay 0.1\n",   "sub_load /a.srt\n", "sub_visibility 1\n", "sub_select 1\n",
+    "sub_remove 0\n",    "sub_scale 0.2\n",   "sub_pos -2\n",       "screenshot 0",
+    "get_time_length\n", "get_time_pos\n",
+};
+
+// Every end is noticed by a poll or by the engine's last output, and the next start is as any.
+void TestHostileEngine::crashesAtEachCommand()
+{
+    QFETCH(bool, answersFirst);
+    Heartbeat heart;
+    for (const char *command : commands) {
+        engine->reset();
+        start();
+        const QByteArray prefix = QByteArray(command).trimmed();
+        if (answersFirst)
+            engine->on(prefix, EngineAction::answer());
+        engine->on(prefix, EngineAction::crash());
+        writeToEngine(command);
+        QVERIFY2(heart.watchUntil([] { return playinglist.state == 0; }, 10000), command);
+        QVERIFY(engine->last().events.contains("crash"));
+        QVERIFY(!playingState);
+        QVERIFY(oneEngineAtMost());
+        QVERIFY(engine->runningEngines().isEmpty());
+        QVERIFY(Processes::zombieChildrenOf(QCoreApplication::applicationPid()).isEmpty());
+    }
+    QVERIFY2(heart.isSteady(), heart.report());
+}
+
+// It has crashed and the player doesn't know yet: a write must not end the player.
+void TestHostileEngine::commandsToACrashedEngine()
+{
+    engine->atStart(EngineAction::crash());
+    for (const char *command : commands) {
+        window->on_playBtn_clicked();
+        QCOMPARE(playinglist.state, 1);
+        const qint64 pid = playinglist.process_mplayer->processId();
+        QElapsedTimer clock;
+        clock.start();
+        while (Processes::alive(pid) && clock.elapsed() < 10000)
+            QThread::msleep(1); // without events: nothing is noticed
+        QVERIFY(!Processes::alive(pid));
+        writeToEngine(command);
+        writeToEngine(command);
+        stopInTime();
+        if (QTest::currentTestFailed())
+            return;
+    }
+    window->on_playBtn_clicked();
+    closeInTime();
+}
+
+void TestHostileEngine::cannotBeStarted_data()
+{
+    QTest::addColumn<QString>("kind");
+    for (const char *kind :
+         {"missing", "not executable", "no program", "a folder", "a loop of links", "ends at once"})
+        QTest::newRow(kind) << QString(kind);
+}
+
+// Tried again at every poll, because one file is repeated.
+void TestHostileEngine::cannotBeStarted()
+{
+    QFETCH(QString, kind);
+    playMode = PlayModeRepeatOne;
+    const QString path = engine->path();
+    QVERIFY(QFile::remove(path));
+    if (kind == "a folder")
+        QVERIFY(QDir().mkdir(path));
+    else if (kind == "a loop of links")
+        QVERIFY(QFile::link(path, path));
+    else if (kind == "ends at once")
+        QVERIFY(QFile::link("/bin/false", path));
+    else if (kind != "missing")
+        writeFile(path, "nothing");
+    if (kind == "no program")
+        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner));
+
+    window->on_playBtn_clicked();
+    Heartbeat heart;
+    heart.watch(1800);
+    QVERIFY2(heart.isSteady(), heart.report());
+    const QStringList starts = log->lines().filter("arglist:");
+    QVERIFY2(starts.size() >= 3 && starts.size() <= 5, qPrintable(QString::number(starts.size())));
+    QVERIFY(!engineRuns());
+    QVERIFY(Processes::zombieChildrenOf(QCoreApplication::applicationPid()).isEmpty());
+    stopInTime();
+    window->on_playBtn_clicked();
+    writeToEngine("pause\n");
+    closeInTime();
+    if (kind == "a folder")
+        QVERIFY(QDir().rmdir(path));
+}
+
+QTEST_MAIN(TestHostileEngine)
+#include "tst_hostileengine.moc"

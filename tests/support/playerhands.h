@@ -113,12 +113,40 @@ public:
         Screen::key(QStringLiteral("Return"));
         return waitForNoWindow(dialog);
     }
+    // Menus and pop-ups are windows that the window manager does not know.
+    bool waitForMenus(int count) const
+    {
+        const auto shown = [this] {
+            int menus = 0;
+            for (qulonglong id : Screen::windowsOf(player.pid()))
+                menus += Screen::property(id, QStringLiteral("_NET_WM_WINDOW_TYPE"))
+                             .contains("_NET_WM_WINDOW_TYPE_POPUP_MENU");
+            return menus;
+        };
+        return QTest::qWaitFor([&] { return shown() == count; }, 15000);
+    }
+    // The speed pop-up and the full-screen bar are known by their sizes.
+    bool waitForSpeeds(bool shown = true) const { return waitForSize({100, 400}, shown); }
+    bool waitForBar(bool shown = true) const { return waitForSize({1280, 800}, shown); }
+
     static bool waitForNoWindow(qulonglong id, int ms = 15000)
     {
         return QTest::qWaitFor([id] { return !Screen::windows().contains(id); }, ms);
     }
 
 private:
+    bool waitForSize(const QSize &size, bool shown) const
+    {
+        const auto isThere = [&] {
+            for (qulonglong id : Screen::windowsOf(player.pid())) {
+                if (id != window && Screen::geometry(id).size() == size)
+                    return true;
+            }
+            return false;
+        };
+        return QTest::qWaitFor([&] { return isThere() == shown; }, 15000);
+    }
+
     InstalledPlayer &player;
     qulonglong window = 0;
 };

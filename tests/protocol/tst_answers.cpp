@@ -1,6 +1,7 @@
 // What the window makes of the engine's output.
 #include "playerbench.h"
 
+#include <QSignalSpy>
 #include <QSlider>
 
 #include <climits>
@@ -162,13 +163,15 @@ void TestAnswers::splitAcrossReads()
         bench.engine.atStart(EngineAction::sleep(60));
     }
     TestWindow &window = bench.open();
+    QSignalSpy values(window.ui->processSlider, SIGNAL(valueChanged(int)));
     bench.play(0);
-    QTRY_COMPARE(window.currentPosition, 42);
+    // The start of "Playing ..." completes the last line, whose number it spoils.
+    QTRY_COMPARE_WITH_TIMEOUT(values.count(), 2, PlayerBench::patience);
+    QCOMPARE(values.at(0).at(0).toInt(), 42);
+    QCOMPARE(values.at(1).at(0).toInt(), 0);
     QCOMPARE(window.ui->processSlider->maximum(), 100);
     QCOMPARE(window.ui->totalTimeLabel->text(), QString("00:01:40"));
-    QCOMPARE(window.ui->currentTimeLabel->text(), QString("00:00:42"));
-    // The start of "Playing ..." completes the last line, whose number it spoils.
-    QTRY_COMPARE(window.currentPosition, 0);
+    QCOMPARE(window.ui->currentTimeLabel->text(), QString("00:00:00"));
 }
 
 void TestAnswers::manyInOneRead()
@@ -272,6 +275,7 @@ void TestAnswers::megabyteWithoutALineEnd()
     for (int i = 0; i < 4; i++)
         bench.engine.on("seek", EngineAction::print(QByteArray(1 << 20, 'x')));
     bench.engine.on("seek", EngineAction::print("\nANS_TIME_POSITION=30\n"));
+    bench.engine.setPosition(""); // polls that wait meanwhile tell no other
     window.on_forwardBtn_clicked();
     QTRY_COMPARE_WITH_TIMEOUT(window.currentPosition, 30, PlayerBench::patience);
     bench.engine.setPosition("40");

@@ -71,7 +71,7 @@ QStringList InstalledPlayer::sandbox() const
         return arguments << "--remount-ro"
                          << "/opt" << root() + "/files/bin/tarnivo-player";
     arguments << (rootKind == Root::ReadOnly ? "--ro-bind" : "--bind") << root() << rootInside();
-    return arguments << rootInside() + "/files/bin/tarnivo-player";
+    return arguments << launcher;
 }
 
 QProcessEnvironment InstalledPlayer::environment() const

@@ -40,6 +40,8 @@ public:
     void setHistory(const QByteArray &json);
     void setEnvironment(const QString &name, const QString &value);
     void setProgramOptions(const QStringList &options) { programOptions = options; }
+    // Starts this program, which becomes the player, in the player's place.
+    void setLauncher(const QString &program) { launcher = program; }
     StandInEngine &standIn(); // takes the real engine's place
     void removeEngine();
 
@@ -87,6 +89,7 @@ private:
     QTemporaryDir base;
     QString rootFolder;
     Root rootKind = Root::Normal;
+    QString launcher = rootInside() + "/files/bin/tarnivo-player";
     QStringList programOptions;
     QMap<QString, QString> variables;
     QScopedPointer<StandInEngine> standInEngine;

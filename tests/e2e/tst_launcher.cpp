@@ -1,0 +1,282 @@
+// What the launcher is given reaches the engine as itself, through the installed player.
+#include "installedplayer.h"
+#include "processes.h"
+#include "testsupport.h"
+#include "toolbench.h"
+
+#include <QDir>
+#include <QSet>
+#include <QTest>
+#include <QUrl>
+
+class TestLauncher : public QObject {
+    Q_OBJECT
+
+private slots:
+    void hostileNames();
+    void fileUris();
+    void addressesAndEmptyNames();
+    void plainLocale();
+    void withoutLocation();
+    void bytesOutsideTheLocale();
+};
+
+namespace {
+
+const char launcherPath[] = BUILD_DIR "/packaging/tarnivo-player";
+constexpr int kMostLocations = 98;
+
+// The player opens one location after the other and ends the engine of the one before. Here the
+// probe answers only when that engine has recorded its start, so that none is missed.
+void probeAfterEachStart(const StandInTools &tools, const StandInEngine &engine)
+{
+    const QByteArray folders = "engine='" + QFile::encodeName(engine.folder()) + "'\ntools='" +
+        QFile::encodeName(tools.folder()) + "'\n";
+    const QByteArray script = R"script(
+cd "$engine" || exit
+calls=$(cat calls 2>/dev/null || echo 0)
+echo $((calls + 1)) >calls
+tries=0
+started() { cat log 2>/dev/null | grep -c '^[0-9]* [0-9]* start'; }
+until [ "$(started)" -ge $calls ] || [ $tries -ge 1000 ]; do
+    sleep 0.02
+    tries=$((tries + 1))
+done
+exec cat "$tools/ffprobe.out"
+)script";
+    writeFile(tools.folder() + "/ffprobe", "#!/bin/sh\n" + folders + script);
+}
+
+// What the engine was started on, in order, when the launcher was given these. Empty when it
+// went wrong.
+QByteArrayList playedOf(const QStringList &locations, int expected,
+                        const QMap<QString, QString> &environment = {})
+{
+    StandInTools tools;
+    InstalledPlayer player;
+    player.setConfig("[DEFAULT]\nfirst_start=0\n");
+    player.setLauncher(QString::fromLatin1(launcherPath));
+    for (auto variable = environment.cbegin(); variable != environment.cend(); ++variable)
+        player.setEnvironment(variable.key(), variable.value());
+    StandInEngine &engine = player.standIn();
+    probeAfterEachStart(tools, engine);
+    if (!player.start(locations) || !engine.waitForStarts(expected, 60000))
+        qWarning() << "not all were played:" << player.log().mid(0, 30);
+    const QByteArray home = QFile::encodeName(player.home()) + '/';
+    QByteArrayList played;
+    for (const StandInEngine::Start &start : engine.starts()) {
+        QByteArray location = start.arguments.value(0);
+        if (location.startsWith(home))
+            location.replace(0, home.size(), "~/"); // the working folder
+        played << location;
+    }
+    return played;
+}
+
+QStringList hostileNamesWritten()
+{
+    return QStringList{
+        "-",
+        "--",
+        "-slave",
+        "--help",
+        "-style",
+        "-wid 1",
+        "~",
+        "~root",
+        "...",
+        "..mp4",
+        ". ",
+        " ",
+        "  two  blanks  ",
+        " leads.mp4",
+        "trails.mp4 ",
+        "\n",
+        "\n\n",
+        "a\n.mp4\n",
+        "\r\n",
+        "%",
+        "%%",
+        "%%25",
+        "%25",
+        "%2525",
+        "%41.mp4",
+        "100%",
+        "100%.mp4",
+        "%2",
+        "%zz",
+        "%2F",
+        "%00",
+        "%0A",
+        "%E7%89%87.mp4",
+        "a%20b.mp4",
+        "+.mp4",
+        "%s%n%d.mp4",
+        "$",
+        "$HOME",
+        "${HOME}.mp4",
+        "$(touch x)",
+        "`touch x`",
+        "$((1+1))",
+        "a;touch x",
+        "a|touch x",
+        "a&&touch x",
+        "a & b",
+        "a>x",
+        "a<x",
+        "!history",
+        "!!",
+        "\\",
+        "\\\\",
+        "\\n",
+        "\\x41",
+        "\\045",
+        "\\0101",
+        "\\c.mp4",
+        "a\\",
+        "'",
+        "''",
+        "'$'.mp4",
+        "\"",
+        "\"\"",
+        "\"a\" 'b'.mp4",
+        "*",
+        "*.mp4",
+        "?",
+        "what?.mp4",
+        "[a-z]",
+        "[",
+        "]",
+        "{a,b}.mp4",
+        "{",
+        "}",
+        "#",
+        "#1.mp4",
+        "a#b#c.mp4",
+        "a?b?c.mp4",
+        "a?b#c%d.mp4",
+        "a#b?c#d.mp4",
+        "1:2.mp4",
+        "Movie:1.mp4",
+        "http:film.mp4",
+        "file:film.mp4",
+        "C:\\a.mp4",
+        "a@b:80.mp4",
+        "name=value",
+        "a,b.mp4",
+        "a:b,c=d.mp4",
+        "<b>x</b>.mp4",
+        "&amp;.mp4",
+        "^.mp4",
+        QStringLiteral("影片 第一集.mp4"),
+        QStringLiteral("电影%20.mp4"),
+        QStringLiteral("한국 🎬.mkv"),
+        QStringLiteral("é.mp4"),
+        QStringLiteral("e\u0301.mp4"),
+        QStringLiteral("ß ñ Ω.mp4"),
+        QStringLiteral("\u200eleft\u200f.mp4"),
+        QStringLiteral("\u202egpm.mp4"),
+        QStringLiteral("\ufeffbom.mp4"),
+        QStringLiteral("\u0085next.mp4"),
+        QStringLiteral("\u2028line.mp4"),
+        QStringLiteral("\u00a0blank.mp4"),
+        QStringLiteral("\u3000全角　空.mp4"),
+        QStringLiteral("\ue000private.mp4"),
+        QStringLiteral("zero\u200bwidth.mp4"),
+        QStringLiteral("\U0001f468\u200d\U0001f469.mp4"),
+        QString(QChar(0xfffd)),
+        QString(QChar(0xffff)) + ".mp4",
+        QString(255, QLatin1Char('x')),
+        QString(85, QChar(0x7247)),
+    };
+}
+
+// Every ASCII character but "/" alone between two letters, too.
+QStringList hostileNames()
+{
+    QStringList names = hostileNamesWritten();
+    for (char character = 1; character < 127; ++character) {
+        if (character != '/')
+            names << QStringLiteral("a%1b.mp4").arg(QLatin1Char(character));
+    }
+    names << QStringLiteral("a\x7f"
+                            "b.mp4");
+    names.removeDuplicates();
+    return names;
+}
+
+} // namespace
+
+void TestLauncher::hostileNames()
+{
+    const QStringList names = ::hostileNames();
+    QVERIFY2(names.size() >= 200, QByteArray::number(names.size()));
+    for (int first = 0; first < names.size(); first += kMostLocations) {
+        const QStringList some = names.mid(first, kMostLocations);
+        const QByteArrayList played = playedOf(some, some.size());
+        for (int i = 0; i < some.size(); ++i)
+            QCOMPARE(played.value(i), "~/" + QFile::encodeName(some.at(i)));
+        QCOMPARE(played.size(), some.size());
+    }
+}
+
+// As file managers hand files over.
+void TestLauncher::fileUris()
+{
+    const QStringList written = hostileNamesWritten();
+    QStringList uris;
+    for (const QString &name : written.mid(0, kMostLocations - 3))
+        uris << QString::fromLatin1(QUrl::fromLocalFile("/films/" + name).toEncoded());
+    const int plain = uris.size();
+    uris << "file://localhost/films/a%20b.mp4"
+         << "file:/films/%e5%bd%b1.mp4"
+         << "FILE:///films/100%.mp4";
+    const QByteArrayList played = playedOf(uris, uris.size());
+    for (int i = 0; i < plain; ++i)
+        QCOMPARE(played.value(i), "/films/" + QFile::encodeName(written.at(i)));
+    QCOMPARE(played.mid(plain),
+             QByteArrayList({"/films/a b.mp4", "/films/\xe5\xbd\xb1.mp4", "/films/100%.mp4"}));
+}
+
+void TestLauncher::addressesAndEmptyNames()
+{
+    const QByteArrayList played = playedOf(
+        {"", "http://127.0.0.1:9/a%2520b.mp4?x=1&y=2", "", "/films//b/./c.mp4", "../d.mp4"}, 3);
+    QCOMPARE(played.size(), 3);
+    QCOMPARE(played.at(0), QByteArray("http://127.0.0.1:9/a%20b.mp4?x=1&y=2"));
+    QCOMPARE(played.at(1), QByteArray("/films/b/c.mp4"));
+    QVERIFY(played.at(2).startsWith('/') && played.at(2).endsWith("/d.mp4"));
+    QVERIFY(!played.at(2).contains(".."));
+}
+
+void TestLauncher::plainLocale()
+{
+    const QString name = QStringLiteral("影片.mp4");
+    QCOMPARE(playedOf({name}, 1, {{"LC_ALL", "C"}}), QByteArrayList{"~/" + name.toUtf8()});
+}
+
+void TestLauncher::withoutLocation()
+{
+    InstalledPlayer player;
+    player.setConfig("[DEFAULT]\nfirst_start=0\n");
+    player.setLauncher(QString::fromLatin1(launcherPath));
+    QVERIFY(player.start());
+    QVERIFY(player.window());
+    QCOMPARE(Processes::arguments(player.pid()),
+             QByteArrayList{"/opt/apps/com.quelmark.player/files/bin/tarnivo-player"});
+    player.close();
+    QVERIFY(player.waitForEnd());
+    QCOMPARE(player.exitCode(), 0);
+}
+
+// The player reads its command line as text, so bytes that are no text in the locale get lost; the
+// others named with them still play.
+void TestLauncher::bytesOutsideTheLocale()
+{
+    QCOMPARE(
+        playedOf({"file:///films/a.mp4", "file:///films/%ff%fe.mp4", "file:///films/b.mp4"}, 3),
+        QByteArrayList({"/films/a.mp4", "/films/\xef\xbf\xbd\xef\xbf\xbd.mp4", "/films/b.mp4"}));
+}
+
+QTEST_MAIN(TestLauncher)
+#include "tst_launcher.moc"

@@ -13,6 +13,8 @@
 #include "testwindow.h"
 
 #include <QDir>
+#include <QElapsedTimer>
+#include <QEvent>
 #include <QProcess>
 #include <QScopedPointer>
 #include <QStringList>
@@ -109,5 +111,34 @@ inline bool xdotool(const QStringList &arguments)
 
 inline QStringList pointTo(const QPoint &position)
 {
-    return {"mousemove", "--sync", QString::number(position.x()), QString::number(position.y())};
+    return {"mousemove", QString::number(position.x()), QString::number(position.y())};
 }
+
+inline bool click(const QPoint &position, int button = 1)
+{
+    return xdotool(pointTo(position) + QStringList{"click", QString::number(button)});
+}
+
+// Presses as the window got them, in ms.
+class Presses : public QObject {
+public:
+    explicit Presses(QObject *window)
+    {
+        clock.start();
+        window->installEventFilter(this);
+    }
+
+    QList<qint64> single;
+    QList<qint64> doubled;
+    QElapsedTimer clock;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::MouseButtonPress)
+            single << clock.elapsed();
+        if (event->type() == QEvent::MouseButtonDblClick)
+            doubled << clock.elapsed();
+        return false;
+    }
+};

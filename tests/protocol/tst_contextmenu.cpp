@@ -24,6 +24,7 @@ private slots:
     void menuNotElsewhere_data();
     void menuNotElsewhere();
     void menusAreKept();
+    void submenusByMouse_data();
     void submenusByMouse();
     void entriesReachTheEngine_data();
     void entriesReachTheEngine();
@@ -283,10 +284,24 @@ void TestContextMenu::menusAreKept()
 
 // With the mouse alone, down to the deepest entry.
 
+void TestContextMenu::submenusByMouse_data()
+{
+    QTest::addColumn<bool>("onBar");
+    QTest::newRow("window") << false;
+    QTest::newRow("full-screen bar") << true;
+}
+
 void TestContextMenu::submenusByMouse()
 {
+    QFETCH(bool, onBar);
     QVERIFY(bench->play());
     subTitleFlag = true;
+    if (onBar) {
+        QVERIFY(bench->enterFullScreen());
+        QVERIFY(xdotool(pointTo(QPoint(400, 300)) + pointTo(QPoint(420, 310))));
+        QTRY_VERIFY(window->fsvc->isVisible());
+        QVERIFY(QTest::qWaitForWindowExposed(window->fsvc));
+    }
     // Points at an entry and gives its submenu once it is open.
     const auto into = [](QMenu *menu, const QString &text) {
         QAction *action = entry(menu, text);
@@ -300,13 +315,15 @@ void TestContextMenu::submenusByMouse()
     };
     const QByteArray input = bench->sent([&] {
         WhenPopup open([&](QWidget *widget) {
+            QCOMPARE(widget->parentWidget(), onBar ? static_cast<QWidget *>(window->fsvc) : window);
             QTRY_VERIFY(QGuiApplication::mouseButtons() == Qt::NoButton);
             QMenu *subtitles = into(qobject_cast<QMenu *>(widget), "字幕设置");
             QVERIFY(subtitles);
             QMenu *places = into(subtitles, "字幕位置设置");
-            QVERIFY(places);
+            QVERIFY(places && QTest::qWaitForWindowExposed(places));
             if (qEnvironmentVariableIsSet("SAVE_SCREENS"))
-                Screen::save(qEnvironmentVariable("SAVE_SCREENS") + "/menu.png");
+                Screen::save(qEnvironmentVariable("SAVE_SCREENS") +
+                             (onBar ? "/barmenu.png" : "/menu.png"));
             const QRect last = places->actionGeometry(entry(places, "下移-(Ctrl+D)"));
             QVERIFY(click(places->mapToGlobal(last.center())));
             QTRY_VERIFY(!widget->isVisible());

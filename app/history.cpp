@@ -18,15 +18,15 @@
 #include <unistd.h>
 
 namespace {
-constexpr QLatin1String settingsKey("settings");
-constexpr QLatin1String addrKey("addr");
-constexpr QLatin1String labelKey("label");
-constexpr QLatin1String typeKey("type");
-constexpr QLatin1String widthKey("width");
-constexpr QLatin1String heightKey("height");
-constexpr QLatin1String frameKey("frame");
-constexpr QLatin1String codecTypeKey("codec_type");
-constexpr QLatin1String lastTimeKey("last_time");
+const QLatin1String settingsKey("settings");
+const QLatin1String addrKey("addr");
+const QLatin1String labelKey("label");
+const QLatin1String typeKey("type");
+const QLatin1String widthKey("width");
+const QLatin1String heightKey("height");
+const QLatin1String frameKey("frame");
+const QLatin1String codecTypeKey("codec_type");
+const QLatin1String lastTimeKey("last_time");
 
 constexpr int kHexBufferSize = 16;
 

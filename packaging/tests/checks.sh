@@ -1,0 +1,64 @@
+#!/bin/bash
+# The package as Debian's own tools see it: checks.sh BUILD_FOLDER
+# shellcheck source=tools/tests/lib.sh
+. "$(dirname "$0")/../../tools/tests/lib.sh"
+build=$1
+packaging=$root/packaging
+
+for tool in dpkg-shlibdeps lintian desktop-file-validate appstreamcli man; do
+    command -v $tool >/dev/null || {
+        echo "SKIPPED: $tool is not installed"
+        exit 77
+    }
+done
+
+package=$("$packaging/build-deb" "$build" 1 "$scratch" 2>"$scratch/messages") || cat "$scratch/messages"
+opened=$scratch/opened
+dpkg-deb -R "$package" "$opened"
+
+field() {
+    dpkg-deb -f "$package" "$1"
+}
+
+# Whatever a tool has to say is an error.
+check lintian "" "$(lintian --allow-root --display-info --display-experimental --tag-display-limit 0 \
+    --suppress-tags hardening-no-fortify-functions "$package" 2>&1)"
+check desktop_entry "" "$(desktop-file-validate "$opened/usr/share/applications/com.quelmark.player.desktop" 2>&1)"
+check software_centre 0 "$(appstreamcli validate --no-net --strict \
+    "$opened/usr/share/metainfo/com.quelmark.player.metainfo.xml" >"$scratch/messages" 2>&1; echo $?)"
+for page in man1 zh_CN/man1; do
+    check "manual_in_$page" "" "$(LC_ALL=C.UTF-8 MANROFFSEQ='' man --warnings -E UTF-8 -l -Tutf8 -Z \
+        "$opened/usr/share/man/$page/tarnivo-player.1.gz" 2>&1 >/dev/null)"
+done
+
+check depends "ffmpeg libc6 libgcc-s1 libqt5core5a libqt5gui5 libqt5multimedia5 libqt5widgets5 libstdc++6 mplayer" \
+    "$(field Depends | tr ',' '\n' | sed 's/^ *//; s/ .*//' | sort | xargs)"
+check recommends "pulseaudio | pipewire-pulse, fonts-wqy-microhei | fonts-noto-cjk, vdpau-driver-all | vdpau-driver" \
+    "$(field Recommends)"
+check no_settings_inside "" "$(find "$opened/opt" -path '*config*')"
+check no_conffiles "" "$(cat "$opened/DEBIAN/conffiles" 2>/dev/null)"
+check engine_is_a_link /usr/bin/mplayer "$(readlink "$opened/opt/apps/com.quelmark.player/files/bin/mplayer")"
+check owned_by_root "root/root" "$(dpkg-deb -c "$package" | awk '{ print $2 }' | sort -u)"
+check writable_by_root_alone "" "$(find "$opened" ! -type l -perm /022)"
+check files_are_as_summed "" "$(cd "$opened" && md5sum --quiet -c DEBIAN/md5sums 2>&1)"
+
+icons=$opened/usr/share/icons/hicolor
+for icon in "$icons"/*/apps/*.png; do
+    size=${icon#"$icons/"}
+    size=${size%%/*}
+    # Width and height are the big-endian numbers behind a PNG's first 16 bytes.
+    read -r width height < <(od -An -tu4 --endian=big -j16 -N8 "$icon")
+    check "icon_$size" "$size" "${width}x$height"
+done
+check scalable_icon 1 "$(find "$icons/scalable/apps" -name com.quelmark.player.svg | wc -l)"
+
+# One version, wherever it stands.
+version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
+check version "$version-1" "$(field Version)"
+check version_of_changes "$version" "$(sed -n 's/^## \([0-9.]*\) .*/\1/p' "$root/CHANGELOG.md" | head -n 1)"
+check version_of_manual 2 "$(grep -l "^.TH .*$version" "$packaging"/*.1 | wc -l)"
+check version_of_release 1 "$(grep -c "<release version=\"$version\"" \
+    "$opened/usr/share/metainfo/com.quelmark.player.metainfo.xml")"
+check launcher_starts_the_program 1 \
+    "$(grep -c '^exec /opt/apps/com.quelmark.player/files/bin/tarnivo-player "\$@"$' "$opened/usr/bin/tarnivo-player")"
+finish

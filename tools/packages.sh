@@ -37,6 +37,16 @@ test_packages=(
     librsvg2-bin
 )
 
+# What the tests of the Debian package add; only installed when these tests are asked for by name.
+package_packages=(
+    debootstrap
+    lintian
+    desktop-file-utils
+    appstream
+    man-db
+    dpkg-dev
+)
+
 # The sound server of the sound tests. It conflicts with PipeWire's replacement for it, and a
 # desktop's sound must not be taken away for a test: there these tests do without.
 sound_server_package=pulseaudio

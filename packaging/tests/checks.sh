@@ -26,6 +26,11 @@ check lintian "" "$(lintian --allow-root --display-info --display-experimental -
 check desktop_entry "" "$(desktop-file-validate "$opened/usr/share/applications/com.quelmark.player.desktop" 2>&1)"
 check software_centre 0 "$(appstreamcli validate --no-net --strict \
     "$opened/usr/share/metainfo/com.quelmark.player.metainfo.xml" >"$scratch/messages" 2>&1; echo $?)"
+# The pictures it names are those of the documents.
+check pictures "" "$(sed -n 's|.*<image>.*/\(images/.*\)</image>|\1|p' \
+    "$opened/usr/share/metainfo/com.quelmark.player.metainfo.xml" | while IFS= read -r picture; do
+    [ -s "$root/docs/$picture" ] || echo "$picture"
+done)"
 for page in man1 zh_CN/man1; do
     check "manual_in_$page" "" "$(LC_ALL=C.UTF-8 MANROFFSEQ='' man --warnings -E UTF-8 -l -Tutf8 -Z \
         "$opened/usr/share/man/$page/tarnivo-player.1.gz" 2>&1 >/dev/null)"

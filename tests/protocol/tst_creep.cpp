@@ -1,0 +1,296 @@
+// Nothing grows by use: after many track changes, polls, menus and dialogs the player has the same
+// threads and open files, and at most 2 MiB more memory. PLAYER_LONG_TESTS=1 takes the full counts.
+#include "common.h"
+#include "delayset.h"
+#include "enginebench.h"
+#include "engineprocess.h"
+#include "ownprocess.h"
+#include "playorder.h"
+#include "settings.h"
+#include "testsupport.h"
+#include "testwindow.h"
+#include "toolbench.h"
+#include "whenopen.h"
+
+#include <QContextMenuEvent>
+#include <QDialog>
+#include <QMenu>
+#include <QPixmapCache>
+#include <QPushButton>
+#include <QSet>
+#include <QSignalSpy>
+#include <QThread>
+#include <QTimerEvent>
+#include <QtTest>
+
+#include <functional>
+
+namespace {
+
+constexpr qint64 memoryLimit = 2 << 20;
+constexpr int entryCount = 20;
+
+bool longTests() { return qEnvironmentVariableIntValue("PLAYER_LONG_TESTS") != 0; }
+
+int rounds(int shortForm, int longForm) { return longTests() ? longForm : shortForm; }
+
+// A log that is kept would be what grows.
+void silence(QtMsgType, const QMessageLogContext &, const QString &) { }
+
+// The screenshot worker opens its folder now and then, for less than a millisecond.
+int filesThatStayOpen()
+{
+    int files = OwnProcess::openFiles();
+    for (int i = 0; i < 5; ++i) {
+        QThread::msleep(2);
+        files = qMin(files, OwnProcess::openFiles());
+    }
+    return files;
+}
+
+struct Use {
+    qint64 heap = OwnProcess::heap();
+    qint64 memory = OwnProcess::residentMemory();
+    int files = filesThatStayOpen();
+    int threads = OwnProcess::threads();
+};
+
+} // namespace
+
+class TestCreep : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void trackChanges();
+    void polls();
+    void listMenus();
+    void barMenus();
+    void mainMenus();
+    void dialogs_data();
+    void dialogs();
+
+private:
+    void staysTheSame(int warmUp, int count, const std::function<void()> &step);
+    void tick();
+
+    QScopedPointer<InstallRoot> root;
+    QScopedPointer<TestWindow> window;
+};
+
+// The toolkit keeps up to 10 MiB of scaled pictures, some from each change of a button's icon. That
+// would hide everything else until it is full.
+void TestCreep::initTestCase()
+{
+    qInstallMessageHandler(silence);
+    QPixmapCache::setCacheLimit(0);
+}
+
+void TestCreep::init()
+{
+    resetSharedState();
+    root.reset(new InstallRoot);
+    defaultPlayPath = root->historyFile();
+    screenShotPath = root->path() + "/shots/";
+    QVERIFY(QDir().mkpath(screenShotPath));
+    for (int i = 0; i < entryCount; ++i) {
+        addrlist[i].addr = QStringLiteral("/films/%1.mp4").arg(i);
+        addrlist[i].label = QStringLiteral("%1.mp4").arg(i);
+        addrlist[i].type = 1;
+        addrlist[i].last_play_time = i;
+    }
+    addrNum = entryCount;
+    varyJsonConfig(defaultPlayPath, addrlist);
+    lastTimePlayFlag = true;
+    window.reset(new TestWindow(nullptr));
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(window.data()));
+}
+
+void TestCreep::cleanup()
+{
+    window.reset();
+    root.reset();
+}
+
+void TestCreep::staysTheSame(int warmUp, int count, const std::function<void()> &step)
+{
+    for (int i = 0; i < warmUp && !QTest::currentTestFailed(); ++i)
+        step();
+    QTest::qWait(100);
+    const Use before;
+    for (int i = 0; i < count && !QTest::currentTestFailed(); ++i)
+        step();
+    QTest::qWait(100);
+    const Use after;
+    QCOMPARE(after.files, before.files);
+    QTRY_COMPARE(OwnProcess::threads(), before.threads);
+    const qint64 heap = after.heap - before.heap;
+    QVERIFY2(heap < memoryLimit, qPrintable(QString::number(heap)));
+    // The allocator's own store settles only after hundreds of rounds.
+    if (longTests()) {
+        const qint64 memory = after.memory - before.memory;
+        QVERIFY2(memory < memoryLimit, qPrintable(QString::number(memory)));
+    }
+    // A short form must not pass by being short: 1 KiB a step is too much as well.
+    const qint64 room = 256 << 10; // caches that a few more rounds fill
+    QVERIFY2(heap < 1024 * qint64(count) + room, qPrintable(QString::number(heap)));
+}
+
+// The polling as if its time had come.
+void TestCreep::tick()
+{
+    QTimerEvent event(window->processTimer->timerId());
+    QCoreApplication::sendEvent(window->processTimer, &event);
+}
+
+// Each engine is gone by the time of the poll, which starts the next.
+void TestCreep::trackChanges()
+{
+    QVERIFY(QFile::link("/bin/true", root->enginePath()));
+    playMode = PlayModeRepeatList;
+    window->on_playBtn_clicked();
+    QSet<int> played;
+    staysTheSame(rounds(50, 1000), rounds(300, 10000), [&] {
+        window->processTimer->start(500);
+        tick();
+        QCOMPARE(playinglist.state, 1);
+        played << playinglist.addrIndex;
+        QTRY_COMPARE(playinglist.process_mplayer->state(), QProcess::NotRunning);
+        window->processTimer->stop(); // so that no poll comes between two steps
+    });
+    QCOMPARE(played.size(), entryCount);
+    window->on_stopBtn_clicked();
+}
+
+void TestCreep::polls()
+{
+    StandInEngine engine(root->path());
+    engine.setLength("5000.00");
+    window->on_playBtn_clicked();
+    QVERIFY(engine.waitForStarts(1));
+    QSignalSpy answers(playinglist.process_mplayer, &QProcess::readyReadStandardOutput);
+    QVERIFY(answers.wait(5000));
+    staysTheSame(rounds(50, 1000), rounds(300, 10000), [&] {
+        answers.clear();
+        tick();
+        QVERIFY(!answers.isEmpty() || answers.wait(5000));
+    });
+    QCOMPARE(window->ui->totalTimeLabel->text(), QString("01:23:20"));
+    window->on_stopBtn_clicked();
+    QVERIFY(engine.waitForNoEngine());
+}
+
+void TestCreep::listMenus()
+{
+    int opened = 0;
+    staysTheSame(rounds(5, 200), rounds(40, 2000), [&] {
+        WhenPopup popup([&](QWidget *menu) {
+            ++opened;
+            menu->close();
+        });
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), QPoint(5, 5));
+        QCoreApplication::sendEvent(window->listWidget->viewport(), &event);
+    });
+    QCOMPARE(opened, rounds(5, 200) + rounds(40, 2000));
+}
+
+void TestCreep::barMenus()
+{
+    int opened = 0;
+    staysTheSame(rounds(5, 200), rounds(40, 2000), [&] {
+        WhenPopup popup([&](QWidget *menu) {
+            ++opened;
+            menu->close();
+        });
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), QPoint(5, 5));
+        QCoreApplication::sendEvent(window->fsvc, &event);
+    });
+    QCOMPARE(opened, rounds(5, 200) + rounds(40, 2000));
+    QVERIFY(window->fsvc->findChildren<QMenu *>().isEmpty());
+}
+
+// The main menu is made at each right click and kept until the window goes: intended. One costs
+// about 36 KiB, which goes with the window; the other promises hold for it, too.
+void TestCreep::mainMenus()
+{
+    constexpr qint64 costLimit = 64 << 10; // bytes of heap for one menu with its submenus
+    const int count = rounds(40, 2000);
+    const auto open = [this] {
+        WhenPopup popup([](QWidget *menu) { menu->close(); });
+        const QPoint position = window->ui->playWidget->geometry().center();
+        QContextMenuEvent event(QContextMenuEvent::Mouse, position, position);
+        window->contextMenuEvent(&event);
+    };
+    for (int i = 0; i < 5; ++i)
+        open();
+    const Use before;
+    for (int i = 0; i < count; ++i)
+        open();
+    const Use after;
+    const auto menus = window->findChildren<QMenu *>(QString(), Qt::FindDirectChildrenOnly);
+    QCOMPARE(menus.size(), 5 + count);
+    const qint64 cost = (after.heap - before.heap) / count;
+    QTest::setBenchmarkResult(cost, QTest::BytesAllocated);
+    QVERIFY2(cost < costLimit, qPrintable(QString::number(cost)));
+    QCOMPARE(after.files, before.files);
+    QCOMPARE(after.threads, before.threads);
+    qDeleteAll(menus);
+    const qint64 kept = OwnProcess::heap() - before.heap;
+    QVERIFY2(kept < memoryLimit, qPrintable(QString::number(kept)));
+}
+
+void TestCreep::dialogs_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<int>("shortForm");
+    QTest::addColumn<int>("longForm");
+    QTest::newRow("settings") << "settings" << 40 << 250;
+    QTest::newRow("delay") << "delay" << 40 << 250;
+    QTest::newRow("information") << "information" << 40 << 250;
+    QTest::newRow("refused file") << "refused file" << 40 << 200;
+    QTest::newRow("open file") << "open file" << 10 << 50;
+}
+
+void TestCreep::dialogs()
+{
+    QFETCH(QString, kind);
+    QFETCH(int, shortForm);
+    QFETCH(int, longForm);
+    StandInTools tools;
+    StandInEngine engine(root->path());
+    if (kind == "information") {
+        window->on_playBtn_clicked();
+        QVERIFY(engine.waitForStarts(1));
+    }
+    if (kind == "refused file")
+        tools.setProbeAnswer("{\n}\n");
+    int opened = 0;
+    const int count = rounds(shortForm, longForm);
+    const int warmUp = rounds(5, longForm / 5);
+    staysTheSame(warmUp, count, [&] {
+        WhenModal modal([&](QWidget *dialog) {
+            ++opened;
+            dialog->close();
+        });
+        if (kind == "settings")
+            window->m_titleBar->findChildren<QPushButton *>().at(1)->click();
+        else if (kind == "delay")
+            window->setAudioDelay();
+        else if (kind == "information")
+            window->showVideoInfoFuc();
+        else if (kind == "refused file")
+            window->openAndDragFile("/films/none.mp4");
+        else
+            window->on_openFileBtn_clicked();
+    });
+    QCOMPARE(opened, warmUp + count);
+    window->on_stopBtn_clicked();
+    QVERIFY(engine.waitForNoEngine());
+}
+
+QTEST_MAIN(TestCreep)
+#include "tst_creep.moc"

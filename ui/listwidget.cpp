@@ -22,10 +22,10 @@ ListWidget::ListWidget(QWidget *parent)
 
 ListWidget::~ListWidget() { delete placeholder; }
 
-QListWidgetItem *ListWidget::makeItem(const HistoryAddrList &entry, const QString &icon)
+QListWidgetItem *ListWidget::makeItem(const HistoryAddrList &entry, const QIcon &icon)
 {
     static const QFont font("Microsoft YaHei", 10, 10, false); // very light weight: intended
-    auto *item = new QListWidgetItem(QIcon(icon), entry.label);
+    auto *item = new QListWidgetItem(icon, entry.label);
     item->setToolTip(entry.label);
     item->setFont(font);
     item->setForeground(QColor(255, 255, 255, 255));

@@ -12,8 +12,8 @@ public:
     explicit ListWidget(QWidget *parent = nullptr);
     ~ListWidget() override;
 
-    // A new item that shows entry; icon is a resource path.
-    static QListWidgetItem *makeItem(const HistoryAddrList &entry, const QString &icon);
+    // A new item that shows entry. Items given the same icon share its picture.
+    static QListWidgetItem *makeItem(const HistoryAddrList &entry, const QIcon &icon);
 
     // Removes the last row, the oldest entry's, as if it had never been clicked.
     void removeLastRow();

@@ -9,6 +9,7 @@
 #include <QDebug>
 #include <QDropEvent>
 #include <QFileDialog>
+#include <QIcon>
 #include <QMimeData>
 #include <QUrl>
 
@@ -28,10 +29,12 @@ int randomNumber()
 
 void MainWindow::addToList()
 {
+    const QIcon local(localIcon);
+    const QIcon stream(streamIcon);
     for (int i = addrNum; i >= 1; i--) {
         const HistoryAddrList &entry = addrlist[i - 1];
-        listWidget->insertItem(
-            addrNum - i, ListWidget::makeItem(entry, entry.type == 1 ? localIcon : streamIcon));
+        listWidget->insertItem(addrNum - i,
+                               ListWidget::makeItem(entry, entry.type == 1 ? local : stream));
     }
     listWidget->setIconSize(QSize(20, 20));
 }
@@ -53,7 +56,7 @@ void MainWindow::openAndDragFile(QString path)
     if (known < 0) {
         addToAddrList(path); // makes it the playing one
         // A new entry always gets the local icon, streams too: intended.
-        listWidget->insertItem(0, ListWidget::makeItem(addrlist[addrNum - 1], localIcon));
+        listWidget->insertItem(0, ListWidget::makeItem(addrlist[addrNum - 1], QIcon(localIcon)));
         listWidget->setCurrentRow(0);
         if (listWidget->count() > addrNum)
             listWidget->removeLastRow();

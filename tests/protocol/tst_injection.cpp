@@ -359,7 +359,7 @@ void TestInjection::listPaintsLiterally()
     for (const char *text : hostileTexts) {
         HistoryAddrList entry;
         entry.label = QString::fromUtf8(text);
-        QListWidgetItem *item = ListWidget::makeItem(entry, ":/image/icon/video1.png");
+        QListWidgetItem *item = ListWidget::makeItem(entry, QIcon(":/image/icon/video1.png"));
         QCOMPARE(item->text(), entry.label);
         window.listWidget->clear();
         window.listWidget->addItem(item);

@@ -73,7 +73,7 @@ void TestListWidget::fill(ListWidget &list, int count)
         addrlist[i].label = QString("%1.mp4").arg(i);
         addrlist[i].type = 1;
         addrlist[i].state = 1;
-        list.insertItem(0, ListWidget::makeItem(addrlist[i], ":/image/icon/video1.png"));
+        list.insertItem(0, ListWidget::makeItem(addrlist[i], QIcon(":/image/icon/video1.png")));
     }
     addrNum = count;
     playinglist.addrIndex = count - 1;
@@ -125,7 +125,8 @@ void TestListWidget::itemLooks()
     HistoryAddrList entry;
     entry.addr = "/video/<b>x</b>.mp4";
     entry.label = "<b>x</b>.mp4";
-    QScopedPointer<QListWidgetItem> item(ListWidget::makeItem(entry, ":/image/icon/net.png"));
+    QScopedPointer<QListWidgetItem> item(
+        ListWidget::makeItem(entry, QIcon(":/image/icon/net.png")));
     QCOMPARE(item->text(), entry.label);
     QCOMPARE(item->toolTip(), entry.label);
     QCOMPARE(item->font().family(), QString("Microsoft YaHei"));
@@ -473,7 +474,7 @@ void TestListWidget::rowsFollowEntriesThroughRandomWork()
         if (choice < 550 && addrNum < kHistoryCapacity) {
             HistoryAddrList &entry = addrlist[addrNum++];
             entry.addr = entry.label = QString::number(next++);
-            list.insertItem(0, ListWidget::makeItem(entry, ":/image/icon/video1.png"));
+            list.insertItem(0, ListWidget::makeItem(entry, QIcon(":/image/icon/video1.png")));
             model << entry.addr;
         } else if (choice >= 996) {
             defaultPlayPath = openable;

@@ -13,7 +13,7 @@ constexpr unsigned long kFiledPause = 100; // ms
 
 void appendYoungPictures(const QDir &dir, QStringList &fileList)
 {
-    const QDateTime timenow = QDateTime::currentDateTime();
+    const QDateTime timenow = QDateTime::currentDateTimeUtc(); // ages need no time zone
     for (const QFileInfo &file : GetFileList(dir)) {
         if (file.suffix() == QLatin1String("png") && fileAge(file, timenow) <= kYoungSeconds)
             fileList.append(file.absoluteFilePath());

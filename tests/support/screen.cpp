@@ -13,12 +13,19 @@ namespace {
 
 QByteArray run(const QString &program, const QStringList &arguments)
 {
-    QProcess process;
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    if (!process.waitForFinished(20000))
-        qWarning("%s does not end", qPrintable(program));
-    return process.readAllStandardOutput();
+    // A tool that asks about a window which goes away meanwhile may wait for ever; asked again it
+    // says that there is no such window.
+    for (int attempt = 0; attempt < 4; ++attempt) {
+        QProcess process;
+        process.setStandardErrorFile(QProcess::nullDevice());
+        process.start(program, arguments);
+        if (process.waitForFinished(5000))
+            return process.readAllStandardOutput();
+        process.kill();
+        process.waitForFinished();
+    }
+    qWarning("%s does not end", qPrintable(program));
+    return QByteArray();
 }
 
 void xdotool(const QStringList &arguments) { run(QStringLiteral("xdotool"), arguments); }

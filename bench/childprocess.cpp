@@ -39,6 +39,7 @@ long numberAfter(const std::string &text, const std::string &key)
     dup2(nothing, STDOUT_FILENO);
     dup2(nothing, STDERR_FILENO);
     std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string &argument : command)
         arguments.push_back(const_cast<char *>(argument.c_str()));
     arguments.push_back(nullptr);

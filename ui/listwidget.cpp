@@ -7,6 +7,11 @@
 #include <QDebug>
 #include <QMenu>
 
+namespace {
+// Laying out millions of letters takes minutes. No file name is as long as this.
+constexpr int kLongestRow = 4096;
+} // namespace
+
 ListWidget::ListWidget(QWidget *parent)
     : QListWidget(parent)
     , placeholder(new QListWidgetItem)
@@ -25,8 +30,9 @@ ListWidget::~ListWidget() { delete placeholder; }
 QListWidgetItem *ListWidget::makeItem(const HistoryAddrList &entry, const QIcon &icon)
 {
     static const QFont font("Microsoft YaHei", 10, 10, false); // very light weight: intended
-    auto *item = new QListWidgetItem(icon, entry.label);
-    item->setToolTip(entry.label);
+    const QString text = entry.label.left(kLongestRow);
+    auto *item = new QListWidgetItem(icon, text);
+    item->setToolTip(text);
     item->setFont(font);
     item->setForeground(QColor(255, 255, 255, 255));
     return item;

@@ -2,6 +2,9 @@
 
 #include "common.h"
 
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 
 namespace {
@@ -15,6 +18,8 @@ constexpr const char *kKeys[] = {
 };
 constexpr int kKeyCount = int(sizeof kKeys / sizeof kKeys[0]);
 static_assert(kKeyCount == SettingPlayMode + 1, "one key per selector");
+
+constexpr int kSigningTime = 1000; // ms; a living player needs microseconds
 
 QString settingsFile() { return startPath + "/files/config/config.ini"; }
 
@@ -43,6 +48,16 @@ void loadSettings(const QSettings &settings)
     playMode = numberOf(settings, SettingPlayMode);
 }
 
+// A player that was killed between making its lock file and signing it leaves an empty one, for
+// which QSettings would wait 30 s. Signed ones of the dead it sees through by itself.
+void removeUnsignedLock()
+{
+    const QFileInfo lock(settingsFile() + ".lock");
+    if (lock.isFile() && lock.size() == 0 &&
+        lock.lastModified().msecsTo(QDateTime::currentDateTime()) > kSigningTime)
+        QFile::remove(lock.filePath());
+}
+
 } // namespace
 
 void getDefaultConfig()
@@ -54,6 +69,7 @@ void getDefaultConfig()
 
 void setDefaultConfig(QString value, int selector)
 {
+    removeUnsignedLock();
     QSettings settings(settingsFile(), QSettings::IniFormat);
     if (selector >= 0 && selector < kKeyCount)
         settings.setValue(kKeys[selector], value);

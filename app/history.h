@@ -1,6 +1,6 @@
 // The history file (JSON) and the helpers for addresses. The array addrlist and its count addrNum
-// are the truth; the file is their copy at rest. All functions run on the GUI thread. A save replaces
-// the file in one step and reaches the disk before it returns.
+// are the truth; the file is their copy at rest. All functions run on the GUI thread. A save
+// replaces the file in one step and reaches the disk before it returns.
 #pragma once
 
 #include <QJsonObject>

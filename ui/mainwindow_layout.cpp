@@ -102,10 +102,7 @@ void MainWindow::showEvent(QShowEvent *event)
     centre();
 }
 
-void MainWindow::centre()
-{
-    move((screenWidth - width()) / 2, (screenHeight - height()) / 2);
-}
+void MainWindow::centre() { move((screenWidth - width()) / 2, (screenHeight - height()) / 2); }
 
 void MainWindow::on_hideListBtn_clicked()
 {

@@ -154,7 +154,8 @@ QStringList TestKeys::press(int key, Qt::KeyboardModifiers modifiers)
     QApplication::sendEvent(window, &event);
 
     QStringList effects;
-    if (!window->fsvc->state)
+    // A dialog takes the activation, which may hide the bar before the dialog is closed again.
+    if (!window->fsvc->state && !dialog)
         effects << "bar hidden";
     if (fullScreenFlag != fullScreen)
         effects << (fullScreen ? "normal window" : "full screen");

@@ -47,6 +47,12 @@ package_packages=(
     dpkg-dev
 )
 
+# What the fuzz targets are built with: the compiler, and the libraries of its fuzzer and sanitizers.
+fuzz_packages=(
+    clang
+    libclang-rt-dev
+)
+
 # The sound server of the sound tests. It conflicts with PipeWire's replacement for it, and a
 # desktop's sound must not be taken away for a test: there these tests do without.
 sound_server_package=pulseaudio

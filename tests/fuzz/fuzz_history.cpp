@@ -1,0 +1,166 @@
+// The history file: loaded, saved and loaded again, and an entry added to it.
+#include "common.h"
+#include "fuzzing.h"
+#include "history.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+
+#include <cmath>
+#include <vector>
+
+#include <unistd.h>
+
+using fuzzing::require;
+
+namespace {
+
+const QString &historyPath()
+{
+    static const QTemporaryDir folder(QDir::tempPath() + "/fuzz-history-XXXXXX");
+    static const QString path = folder.filePath("config.json");
+    return path;
+}
+
+void writeFile(const QByteArray &content)
+{
+    QFile file(historyPath());
+    require(file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+                file.write(content) == content.size(),
+            "the target can write its file");
+}
+
+QByteArray readFile()
+{
+    QFile file(historyPath());
+    require(file.open(QIODevice::ReadOnly), "the file is still there");
+    return file.readAll();
+}
+
+void clearList()
+{
+    addrNum = 0;
+    for (HistoryAddrList &entry : addrlist)
+        entry = HistoryAddrList();
+}
+
+int load()
+{
+    clearList();
+    const int result = readJsonConfig(historyPath());
+    require(result == 0 || result == -1, "loading gives 0 or -1");
+    require(addrNum >= 0 && addrNum <= kHistoryCapacity, "the count stays within the slots");
+    require(result == 0 || addrNum == 0, "what can't be parsed gives no entries");
+    return result;
+}
+
+// What a save must keep: the entries before the first empty address.
+std::vector<HistoryAddrList> savedEntries()
+{
+    std::vector<HistoryAddrList> entries;
+    for (int i = 0; i < addrNum && !addrlist[i].addr.isEmpty(); ++i) {
+        HistoryAddrList entry = addrlist[i];
+        if (!std::isfinite(entry.frame))
+            entry.frame = 0;
+        entries.push_back(entry);
+    }
+    return entries;
+}
+
+bool same(const HistoryAddrList &a, const HistoryAddrList &b)
+{
+    return a.addr == b.addr && a.label == b.label && a.type == b.type && a.width == b.width &&
+        a.height == b.height && a.frame == b.frame && a.codec_type == b.codec_type &&
+        a.last_play_time == b.last_play_time;
+}
+
+void checkSlots(int result)
+{
+    int used = 0;
+    for (int i = 0; i < kHistoryCapacity; ++i) {
+        const bool empty = same(addrlist[i], HistoryAddrList());
+        used += empty ? 0 : 1;
+        HistoryAddrList copy;
+        require(empty || entryFromJson(entryToJson(addrlist[i]), &copy),
+                "an entry's own JSON is an entry");
+    }
+    require(used <= addrNum, "every filled slot is counted");
+    require(result == 0 || used == 0, "what can't be parsed fills no slot");
+}
+
+void checkRoundTrip(const QByteArray &content)
+{
+    writeFile(content);
+    checkSlots(load());
+    require(readFile() == content, "loading leaves the file alone");
+
+    const bool hasEntries = addrNum > 0;
+    const std::vector<HistoryAddrList> saved = savedEntries();
+    varyJsonConfig(historyPath(), addrlist);
+    require(load() == (hasEntries ? 0 : -1), "a saved list can be loaded");
+    require(addrNum == int(saved.size()), "the second load gives as many entries");
+    for (int i = 0; i < addrNum; ++i)
+        require(same(addrlist[i], saved[size_t(i)]), "the second load gives the same entry");
+
+    const QByteArray first = readFile();
+    varyJsonConfig(historyPath(), addrlist);
+    require(readFile() == first || saved.empty(), "the second save writes the same bytes");
+}
+
+QJsonArray entriesIn(const QByteArray &content)
+{
+    return QJsonDocument::fromJson(content).object().value("settings").toArray();
+}
+
+void checkInsert(const QByteArray &content)
+{
+    writeFile(content);
+    HistoryAddrList entry;
+    entry.addr = "/f/new.mp4";
+    entry.label = "new.mp4";
+    entry.type = 1;
+    if (insertJsonConfig(&entry) == -1) {
+        require(!QJsonDocument::fromJson(content).isNull(), "a damaged file is made anew");
+        require(readFile() == content, "a file of another shape is left alone");
+        return;
+    }
+    QJsonArray after = entriesIn(readFile());
+    require(after.size() == entriesIn(content).size() + 1, "one entry more");
+    require(after.last() == entryToJson(entry), "the new entry is the last");
+    after.removeLast();
+    const QByteArray kept = QJsonDocument(entriesIn(content)).toJson();
+    require(QJsonDocument(after).toJson() == kept, "the old entries are kept as they were");
+}
+
+int firstFreeDescriptor()
+{
+    const int descriptor = dup(STDERR_FILENO);
+    close(descriptor);
+    return descriptor;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    fuzzing::silenceLog();
+    defaultPlayPath = historyPath();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const QByteArray content = fuzzing::bytes(data, size);
+    const fuzzing::JsonReaderLeaks leaks(content);
+    const int descriptor = firstFreeDescriptor();
+    checkRoundTrip(content);
+    checkInsert(content);
+    require(firstFreeDescriptor() == descriptor, "no file stays open");
+    require(QDir(QFileInfo(historyPath()).path()).entryList(QDir::Files) ==
+                QStringList("config.json"),
+            "nothing is left beside the file");
+    return 0;
+}

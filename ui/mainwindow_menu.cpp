@@ -7,11 +7,13 @@
 #include "showvideoinfo.h"
 
 #include <QContextMenuEvent>
+#include <QPointer>
 
-// A menu is made at every right click and lives until the window dies: intended.
+// A menu is made at every right click and lives until the window dies: intended. Shown no more, it
+// needs no window of its own.
 void MainWindow::contextMenuEvent(QContextMenuEvent *event)
 {
-    QMenu *menu = new QMenu("rBtnContexMenu", this);
+    const QPointer<QMenu> menu = new QMenu("rBtnContexMenu", this);
     if (!insidePlayArea(event->pos()))
         return;
     const PlaybackMenuKind kind = {
@@ -24,6 +26,8 @@ void MainWindow::contextMenuEvent(QContextMenuEvent *event)
     };
     fillPlaybackMenu(menu, this, kind);
     menu->exec(QCursor::pos());
+    if (menu)
+        releaseMenuWindows(menu);
 }
 
 void MainWindow::showVideoInfoFuc()

@@ -23,6 +23,12 @@ void addEntries(QMenu *menu, QObject *receiver, std::initializer_list<Entry> ent
     }
 }
 
+// Opens what is for QWidget's heirs only.
+class MenuWindow : public QMenu {
+public:
+    using QWidget::destroy;
+};
+
 QMenu *addSubmenu(QMenu *menu, const char *text, bool enabled = true)
 {
     QMenu *submenu = menu->addMenu(QString::fromUtf8(text));
@@ -75,4 +81,11 @@ void fillPlaybackMenu(QMenu *menu, QObject *receiver, const PlaybackMenuKind &ki
     addSubtitleMenu(menu, receiver, kind.settingsBeforeDelete);
     if (kind.informationSlot)
         addEntries(menu, receiver, {{"媒体信息", kind.informationSlot}});
+}
+
+void releaseMenuWindows(QMenu *menu)
+{
+    for (QMenu *submenu : menu->findChildren<QMenu *>())
+        (submenu->*&MenuWindow::destroy)(true, true);
+    (menu->*&MenuWindow::destroy)(true, true);
 }

@@ -18,3 +18,7 @@ struct PlaybackMenuKind {
 // Fills menu with the entries, each connected to its slot of receiver, and disables what can't be
 // used now (nothing loaded, no subtitle).
 void fillPlaybackMenu(QMenu *menu, QObject *receiver, const PlaybackMenuKind &kind);
+
+// Gives back the windows that a closed menu and its submenus hold at the X server, with their
+// pictures. The menu itself stays as it is.
+void releaseMenuWindows(QMenu *menu);

@@ -2,6 +2,7 @@
 // call it makes, and then over and over at random moments. The file must hold the list of before or
 // after the interrupted step, byte for byte.
 #include "common.h"
+#include "longform.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -231,7 +232,7 @@ void TestHistoryKill::killedAtRandom_data()
 void TestHistoryKill::killedAtRandom()
 {
     QFETCH(int, entries);
-    const int rounds = (qEnvironmentVariableIntValue("PLAYER_LONG_TESTS") != 0 ? 500 : 50) / 2;
+    const int rounds = ::rounds(25, 250);
     const QString path = root->historyFile();
     const QString model = path + ".model";
     fillAddrList(entries);

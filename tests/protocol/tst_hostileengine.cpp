@@ -6,6 +6,7 @@
 #include "enginecommands.h"
 #include "engineprocess.h"
 #include "heartbeat.h"
+#include "longform.h"
 #include "ownprocess.h"
 #include "playorder.h"
 #include "processes.h"
@@ -24,9 +25,7 @@ namespace {
 constexpr qint64 memoryLimit = 8 << 20;
 constexpr int stopLimit = 1000; // ms
 
-bool longTests() { return qEnvironmentVariableIntValue("PLAYER_LONG_TESTS") != 0; }
-
-qint64 floodSize() { return (longTests() ? 100 : 20) << 20; }
+qint64 floodSize() { return (longForm() ? 100 : 20) << 20; }
 
 struct Hostile {
     const char *name;
@@ -222,7 +221,7 @@ void TestHostileEngine::heartGoesOn()
 
     Heartbeat heart;
     const qint64 memory = OwnProcess::heap();
-    heart.watch(longTests() ? hostile.watchMsLong : hostile.watchMs);
+    heart.watch(longForm() ? hostile.watchMsLong : hostile.watchMs);
     QVERIFY(oneEngineAtMost());
 
     window->on_playBtn_clicked();

@@ -2,6 +2,7 @@
 // shell, through a reader that follows the engine's rules, and onto every label.
 #include "common.h"
 #include "enginecommands.h"
+#include "longform.h"
 #include "mediaprobe.h"
 #include "settings.h"
 #include "showvideoinfo.h"
@@ -23,8 +24,6 @@ namespace {
 constexpr int nameCount = 10000;
 constexpr int longestName = 255; // bytes
 constexpr int engineBuffer = 4096; // bytes
-
-bool longTests() { return qEnvironmentVariableIntValue("PLAYER_LONG_TESTS") != 0; }
 
 const char *const pieces[] = {
     "\"",        "\\",       "$",          "`",         "'",        ";",
@@ -202,7 +201,7 @@ void TestInjection::probeItself()
     QTemporaryDir folder;
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(folder.path()));
-    const int count = longTests() ? 2000 : 100;
+    const int count = longForm() ? 2000 : 100;
     QList<QByteArray> expected;
     for (int i = 0; i < count; ++i) {
         const QString file = QFile::decodeName(names.at(i));
@@ -302,7 +301,7 @@ void TestInjection::labelsTakeAllNames()
     showVideoInfo information(&window);
     const QList<QLabel *> labels = nameLabels(window, information);
     QCOMPARE(labels.size(), 9);
-    const int step = longTests() ? 1 : 10;
+    const int step = longForm() ? 1 : 10;
     for (int i = 0; i < names.size(); i += step) {
         const QString name = QFile::decodeName(names.at(i));
         showName(window, information, name);

@@ -1,6 +1,7 @@
 // No setting is ever lost: a process that saves settings is killed at random moments. The file must
 // hold all of them, each with its old or its new value.
 #include "common.h"
+#include "longform.h"
 #include "testsupport.h"
 
 #include <QElapsedTimer>
@@ -48,7 +49,7 @@ private slots:
 
 void TestSettingsKill::killedAtRandom()
 {
-    const int rounds = qEnvironmentVariableIntValue("PLAYER_LONG_TESTS") != 0 ? 500 : 25;
+    const int rounds = ::rounds(25, 500);
     InstallRoot root;
     LogCapture log;
     const QString lock = root.configFile() + ".lock";

@@ -37,6 +37,11 @@ test_packages=(
     librsvg2-bin
 )
 
+# What tests/mutate is written in; nothing else needs it.
+mutation_packages=(
+    python3
+)
+
 # What the tests of the Debian package add; only installed when these tests are asked for by name.
 package_packages=(
     debootstrap

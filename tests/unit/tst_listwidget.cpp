@@ -155,6 +155,7 @@ void TestListWidget::clickRemembersTheItem()
                       list.visualItemRect(list.item(1)).center());
     QCOMPARE(list.listItem, list.item(1));
     QCOMPARE(list.currentIndex, 1);
+    QVERIFY(log.contains("current index is  1"));
     QTest::mouseRelease(list.viewport(), Qt::LeftButton, {},
                         list.visualItemRect(list.item(1)).center());
 }

@@ -2,6 +2,7 @@
 #include "common.h"
 #include "fuzzing.h"
 #include "history.h"
+#include "jsonmutator.h"
 
 #include <QDir>
 #include <QFile>
@@ -77,24 +78,43 @@ bool same(const HistoryAddrList &a, const HistoryAddrList &b)
         a.last_play_time == b.last_play_time;
 }
 
-void checkSlots(int result)
+QJsonArray entriesIn(const QByteArray &content)
 {
-    int used = 0;
+    return QJsonDocument::fromJson(content).object().value("settings").toArray();
+}
+
+bool isEntry(const QJsonObject &object)
+{
+    const auto hasNumber = [&object](const char *key) { return object.value(key).isDouble(); };
+    return object.value("addr").isString() && object.value("label").isString() &&
+        hasNumber("type") && hasNumber("width") && hasNumber("height") && hasNumber("frame") &&
+        hasNumber("codec_type");
+}
+
+// An entry is in the slot of its place in the file; what is no entry leaves its slot empty.
+void checkSlots(const QJsonArray &entries)
+{
+    int count = 0;
     for (int i = 0; i < kHistoryCapacity; ++i) {
-        const bool empty = same(addrlist[i], HistoryAddrList());
-        used += empty ? 0 : 1;
+        const QJsonObject object = entries.at(i).toObject();
+        if (!isEntry(object)) {
+            require(same(addrlist[i], HistoryAddrList()), "a slot without an entry is empty");
+            continue;
+        }
+        ++count;
+        require(addrlist[i].addr == object.value("addr").toString(), "an address is the file's");
+        require(addrlist[i].label == object.value("label").toString(), "a label is the file's");
         HistoryAddrList copy;
-        require(empty || entryFromJson(entryToJson(addrlist[i]), &copy),
-                "an entry's own JSON is an entry");
+        require(entryFromJson(entryToJson(addrlist[i]), &copy), "its own JSON is an entry");
     }
-    require(used <= addrNum, "every filled slot is counted");
-    require(result == 0 || used == 0, "what can't be parsed fills no slot");
+    require(addrNum == count, "the entries are counted");
 }
 
 void checkRoundTrip(const QByteArray &content)
 {
     writeFile(content);
-    checkSlots(load());
+    load();
+    checkSlots(entriesIn(content));
     require(readFile() == content, "loading leaves the file alone");
 
     const bool hasEntries = addrNum > 0;
@@ -110,11 +130,6 @@ void checkRoundTrip(const QByteArray &content)
     require(readFile() == first || saved.empty(), "the second save writes the same bytes");
 }
 
-QJsonArray entriesIn(const QByteArray &content)
-{
-    return QJsonDocument::fromJson(content).object().value("settings").toArray();
-}
-
 void checkInsert(const QByteArray &content)
 {
     writeFile(content);
@@ -122,8 +137,10 @@ void checkInsert(const QByteArray &content)
     entry.addr = "/f/new.mp4";
     entry.label = "new.mp4";
     entry.type = 1;
-    if (insertJsonConfig(&entry) == -1) {
-        require(!QJsonDocument::fromJson(content).isNull(), "a damaged file is made anew");
+    const QJsonDocument before = QJsonDocument::fromJson(content);
+    const bool takesEntries = before.isNull() || before.object().value("settings").isArray();
+    require(insertJsonConfig(&entry) == (takesEntries ? 0 : -1), "a list or damage takes an entry");
+    if (!takesEntries) {
         require(readFile() == content, "a file of another shape is left alone");
         return;
     }

@@ -1,6 +1,7 @@
 // The output of the probe: the line filter and the reader of what it lets through.
 #include "common.h"
 #include "fuzzing.h"
+#include "jsonmutator.h"
 #include "mediaprobe.h"
 
 #include <algorithm>

@@ -134,9 +134,7 @@ ClockTime splitSeconds(int seconds)
     return {}; // exactly 3600: intended
 }
 
-QString lengthText(int seconds) { return positionText(seconds); }
-
-QString positionText(int seconds)
+QString clockText(int seconds)
 {
     const ClockTime time = splitSeconds(seconds);
     const QChar zero('0');

@@ -80,8 +80,7 @@ struct ClockTime {
 // Splits seconds. Exactly 3600 gives 0, 0, 0: intended.
 ClockTime splitSeconds(int seconds);
 
-// "hh:mm:ss" labels of the media length and of the position.
-QString lengthText(int seconds);
-QString positionText(int seconds);
+// "hh:mm:ss", as the labels of the media length and of the position show it.
+QString clockText(int seconds);
 
 } // namespace enginecommands

@@ -18,29 +18,29 @@
 #include <unistd.h>
 
 namespace {
-const QLatin1String settingsKey("settings");
-const QLatin1String addrKey("addr");
-const QLatin1String labelKey("label");
-const QLatin1String typeKey("type");
-const QLatin1String widthKey("width");
-const QLatin1String heightKey("height");
-const QLatin1String frameKey("frame");
-const QLatin1String codecTypeKey("codec_type");
-const QLatin1String lastTimeKey("last_time");
+const QLatin1String kSettingsKey("settings");
+const QLatin1String kAddrKey("addr");
+const QLatin1String kLabelKey("label");
+const QLatin1String kTypeKey("type");
+const QLatin1String kWidthKey("width");
+const QLatin1String kHeightKey("height");
+const QLatin1String kFrameKey("frame");
+const QLatin1String kCodecTypeKey("codec_type");
+const QLatin1String kLastTimeKey("last_time");
 
 constexpr int kHexBufferSize = 16;
 
 QByteArray documentOf(const QJsonArray &entries)
 {
     QJsonObject root;
-    root.insert(settingsKey, entries);
+    root.insert(kSettingsKey, entries);
     return QJsonDocument(root).toJson();
 }
 
 // The entries of a document of the history's shape. Returns false for every other shape.
 bool entriesOf(const QJsonDocument &document, QJsonArray *entries)
 {
-    const QJsonValue settings = document.object().value(settingsKey);
+    const QJsonValue settings = document.object().value(kSettingsKey);
     if (!settings.isArray())
         return false;
     *entries = settings.toArray();
@@ -119,47 +119,49 @@ unsigned hexDigit(char c)
 }
 } // namespace
 
+QString standardHistoryFile() { return startPath + "/files/config/config.json"; }
+
 QJsonObject entryToJson(const HistoryAddrList &entry)
 {
     QJsonObject object;
-    object.insert(addrKey, entry.addr);
-    object.insert(labelKey, entry.label);
-    object.insert(typeKey, entry.type);
-    object.insert(widthKey, entry.width);
-    object.insert(heightKey, entry.height);
+    object.insert(kAddrKey, entry.addr);
+    object.insert(kLabelKey, entry.label);
+    object.insert(kTypeKey, entry.type);
+    object.insert(kWidthKey, entry.width);
+    object.insert(kHeightKey, entry.height);
     // JSON has no infinity: it would be stored as null, and the entry be lost at the next start.
-    object.insert(frameKey, qIsFinite(entry.frame) ? double(entry.frame) : 0.0);
-    object.insert(codecTypeKey, entry.codec_type);
-    object.insert(lastTimeKey, entry.last_play_time);
+    object.insert(kFrameKey, qIsFinite(entry.frame) ? double(entry.frame) : 0.0);
+    object.insert(kCodecTypeKey, entry.codec_type);
+    object.insert(kLastTimeKey, entry.last_play_time);
     return object;
 }
 
 bool entryFromJson(const QJsonObject &object, HistoryAddrList *entry)
 {
     // A missing member reads as undefined, which is neither a string nor a number.
-    for (QLatin1String key : {addrKey, labelKey}) {
+    for (QLatin1String key : {kAddrKey, kLabelKey}) {
         if (!object.value(key).isString())
             return false;
     }
-    for (QLatin1String key : {typeKey, widthKey, heightKey, frameKey, codecTypeKey}) {
+    for (QLatin1String key : {kTypeKey, kWidthKey, kHeightKey, kFrameKey, kCodecTypeKey}) {
         if (!object.value(key).isDouble())
             return false;
     }
-    entry->type = object.value(typeKey).toInt();
-    entry->width = object.value(widthKey).toInt();
-    entry->height = object.value(heightKey).toInt();
-    entry->frame = float(object.value(frameKey).toDouble());
-    entry->addr = object.value(addrKey).toString();
-    entry->label = object.value(labelKey).toString();
-    entry->last_play_time = object.value(lastTimeKey).toInt();
-    entry->codec_type = object.value(codecTypeKey).toInt();
+    entry->type = object.value(kTypeKey).toInt();
+    entry->width = object.value(kWidthKey).toInt();
+    entry->height = object.value(kHeightKey).toInt();
+    entry->frame = float(object.value(kFrameKey).toDouble());
+    entry->addr = object.value(kAddrKey).toString();
+    entry->label = object.value(kLabelKey).toString();
+    entry->last_play_time = object.value(kLastTimeKey).toInt();
+    entry->codec_type = object.value(kCodecTypeKey).toInt();
     return true;
 }
 
 int readJsonConfig(QString path)
 {
     if (path.isEmpty())
-        path = startPath + "/files/config/config.json";
+        path = standardHistoryFile();
     QFile file(path);
     if (!file.open(QIODevice::ReadWrite)) {
         qDebug() << "Json File open fail!";
@@ -283,6 +285,8 @@ void addToAddrList(QString addr)
     insertJsonConfig(&entry);
 }
 
+bool isAddrSlot(int index) { return index >= 0 && index < kHistoryCapacity; }
+
 int checkAddrExist(QString addr)
 {
     const QString wanted = withoutFilePrefix(addr);
@@ -296,7 +300,7 @@ int checkAddrExist(QString addr)
 
 void saveLastPlayTime(int index, int seconds)
 {
-    if (index < 0 || index >= kHistoryCapacity)
+    if (!isAddrSlot(index))
         return;
     addrlist[index].last_play_time = seconds;
     varyJsonConfig(defaultPlayPath, addrlist);

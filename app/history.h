@@ -8,6 +8,9 @@
 
 struct HistoryAddrList;
 
+// Where the history lies unless the settings name another file.
+QString standardHistoryFile();
+
 // The JSON object of one entry: the eight stored members.
 QJsonObject entryToJson(const HistoryAddrList &entry);
 
@@ -15,7 +18,7 @@ QJsonObject entryToJson(const HistoryAddrList &entry);
 // or has the wrong type.
 bool entryFromJson(const QJsonObject &object, HistoryAddrList *entry);
 
-// Loads the file at path (startPath's default when empty) into addrlist and counts addrNum up.
+// Loads the file at path (the standard one when empty) into addrlist and counts addrNum up.
 // Creates a missing file. Returns 0, or -1 when it can't be opened or parsed.
 int readJsonConfig(QString path);
 
@@ -37,6 +40,9 @@ bool emptyHistoryFile(const QString &path);
 // Makes a new entry from addr and the probe's result, makes it the playing one and appends it to
 // the file. When all slots are used the oldest entry is dropped.
 void addToAddrList(QString addr);
+
+// Whether index lies in addrlist, whose entries end before addrNum.
+bool isAddrSlot(int index);
 
 // Index of the entry with this address, or -1. A leading "file://" is ignored.
 int checkAddrExist(QString addr);

@@ -64,7 +64,7 @@ void getDefaultConfig()
 {
     loadSettings(QSettings(settingsFile(), QSettings::IniFormat));
     if (defaultPlayPath.isEmpty())
-        setDefaultConfig(startPath + "/files/config/config.json", SettingRecordFile);
+        setDefaultConfig(standardHistoryFile(), SettingRecordFile);
 }
 
 void setDefaultConfig(QString value, int selector)

@@ -1,6 +1,7 @@
 #include "fullscreenvideocontrl.h"
 
 #include "common.h"
+#include "controls.h"
 #include "enginecommands.h"
 #include "engineprocess.h"
 #include "playbackmenu.h"
@@ -24,28 +25,10 @@ bool showFlag = true;
 
 namespace {
 
-constexpr int kHideAfterMs = 5000;
-constexpr int kClickDelayMs = 500;
-constexpr int kProcessTimerMs = 500;
+constexpr int kProcessTimerInterval = 500; // ms
 constexpr int kBorder = 10; // the mouse must stay this far inside the bar, in pixels
 
-const char kPlayIcon[] = ":/image/controlicon/play.png";
-const char kPauseIcon[] = ":/image/controlicon/pause.png";
-
-const char kVoiceSliderStyle[] =
-    " QSlider::add-page:Horizontal{ background-color: rgb(87, 97, 106); height:4px;}"
-    " QSlider::sub-page:Horizontal     {background-color:rgba(7,208,255, 255); height:4px;}"
-    "QSlider::groove:Horizontal {background:transparent;height:6px;}"
-    "QSlider::handle:Horizontal { border: 0px ;width: 5px;height:5px;margin: -7px -7px -7px -7px;"
-    "background-color:rgba(57,108,100, 255);}";
-
-// ":/images/" instead of ":/image/" is intended; the handle's picture lies there.
-const char kProcessSliderStyle[] =
-    " QSlider::add-page:Horizontal{  background-color: rgb(87, 97, 106); height:4px;}"
-    " QSlider::sub-page:Horizontal     {background-color:rgba(7,208,255, 255); height:4px;}"
-    "QSlider::groove:Horizontal {background:transparent;height:6px;}"
-    "QSlider::handle:Horizontal{height: 30px;width:8px;"
-    "border-image: url(:/images/ic_music_thumb.png); margin: -8 0px;} ";
+constexpr char kFilled[] = "7,208,255"; // colour of the sliders up to their handle
 
 QPushButton *newButton(const QPalette &palette, const char *accessibleName)
 {
@@ -60,7 +43,7 @@ QPushButton *newButton(const QPalette &palette, const char *accessibleName)
 QPushButton *newIconButton(const QPalette &palette, const char *accessibleName, const char *icon)
 {
     QPushButton *button = newButton(palette, accessibleName);
-    button->setIcon(QIcon(icon));
+    button->setIcon(controlIcon(icon));
     return button;
 }
 
@@ -111,12 +94,6 @@ QSpacerItem *verticalSpacer(int height)
     return new QSpacerItem(20, height, QSizePolicy::Expanding, QSizePolicy::Maximum);
 }
 
-bool strictlyInside(const QPoint &point, const QRect &rect)
-{
-    return point.x() > rect.x() && point.x() < rect.x() + rect.width() && point.y() > rect.y() &&
-        point.y() < rect.y() + rect.height();
-}
-
 } // namespace
 
 FullScreenVideoControl::FullScreenVideoControl(QWidget *parent)
@@ -134,8 +111,8 @@ FullScreenVideoControl::FullScreenVideoControl(QWidget *parent)
     connectAll();
 
     installEventFilter(this);
-    mouseTimer->start(kHideAfterMs);
-    processTimer->start(kProcessTimerMs);
+    mouseTimer->start(hideAfter);
+    processTimer->start(kProcessTimerInterval);
     setMouseTracking(true);
 }
 
@@ -159,15 +136,15 @@ void FullScreenVideoControl::setUpButtons()
     shared.setColor(QPalette::Button, QColor(150, 150, 150, 100));
     shared.setColor(QPalette::ButtonText, Qt::white); // as light as the icons
 
-    stopBtn = newIconButton(shared, "停止", ":/image/controlicon/stop.png");
-    playBtn = newIconButton(shared, "播放", kPauseIcon);
-    forwardBtn = newIconButton(shared, "快进", ":/image/controlicon/forward.png");
-    backwardBtn = newIconButton(shared, "快退", ":/image/controlicon/backward.png");
-    voiceBtn = newIconButton(shared, "音量", ":/image/controlicon/vol1.png");
+    stopBtn = newIconButton(shared, "停止", "stop");
+    playBtn = newIconButton(shared, "播放", "pause");
+    forwardBtn = newIconButton(shared, "快进", "forward");
+    backwardBtn = newIconButton(shared, "快退", "backward");
+    voiceBtn = newIconButton(shared, "音量", "vol1");
     voiceBtn->setFixedSize(30, 30);
     speedBtn = newButton(shared, "倍速");
     speedBtn->setText(QStringLiteral("倍速"));
-    fullScreenBtn = newIconButton(shared, "退出全屏", ":/image/controlicon/exitfull1.png");
+    fullScreenBtn = newIconButton(shared, "退出全屏", "exitfull1");
 
     sw = new speedWind;
     sw->state = 0;
@@ -201,7 +178,7 @@ void FullScreenVideoControl::setUpVoiceSlider()
     voiceSlider->setAccessibleName(QStringLiteral("音量"));
     voiceSlider->setFixedSize(100, 20);
     voiceSlider->setValue(defaultVolum); // range 0..99, so a stored 100 shows 99: intended
-    voiceSlider->setStyleSheet(kVoiceSliderStyle);
+    voiceSlider->setStyleSheet(volumSliderStyle(kFilled));
 }
 
 void FullScreenVideoControl::setUpButtonRow()
@@ -258,7 +235,7 @@ void FullScreenVideoControl::setUpProcessSlider()
 {
     processSlider = new QSlider(Qt::Horizontal);
     processSlider->setAccessibleName(QStringLiteral("播放进度"));
-    processSlider->setStyleSheet(kProcessSliderStyle);
+    processSlider->setStyleSheet(processSliderStyle(kFilled));
     currentTimeLabel = newTimeLabel();
     totalTimeLabel = newTimeLabel();
     sliderLabelLayout = new QHBoxLayout;
@@ -330,7 +307,7 @@ void FullScreenVideoControl::mousePressEvent(QMouseEvent *event)
         return;
     }
     if (event->y() < processSlider->y())
-        mouseClickedTimer->start(kClickDelayMs);
+        mouseClickedTimer->start(kDoubleClickWait);
     qDebug() << "mouse clicked";
 }
 
@@ -353,7 +330,7 @@ void FullScreenVideoControl::mouseMoveEvent(QMouseEvent *event)
     if (inner.x() + kBorder <= event->x() && event->x() <= inner.x() + inner.width() - kBorder &&
         inner.y() + kBorder <= event->y() && event->y() <= inner.y() + inner.height() - kBorder) {
         setCursor(Qt::ArrowCursor);
-        mouseTimer->start(kHideAfterMs);
+        mouseTimer->start(hideAfter);
     } else {
         hideWithSpeedWindow();
     }
@@ -406,8 +383,8 @@ void FullScreenVideoControl::playBtnClicked()
     static int lastVol = defaultVolum; // never read: intended
     Q_UNUSED(lastVol)
     mouseClickedTimer->stop();
-    mouseTimer->start(kHideAfterMs);
-    playBtn->setIcon(QIcon(playingState ? kPlayIcon : kPauseIcon));
+    mouseTimer->start(hideAfter);
+    playBtn->setIcon(controlIcon(playingState ? "play" : "pause"));
     emit playBtnClickedSignal();
 }
 
@@ -418,19 +395,19 @@ void FullScreenVideoControl::backwardBtnClicked() { emit backwardSignal(); }
 void FullScreenVideoControl::voiceBtnClicked()
 {
     emit volumSignal(0);
-    mouseTimer->start(kHideAfterMs);
+    mouseTimer->start(hideAfter);
 }
 
 void FullScreenVideoControl::processSliderMoved(int position)
 {
-    mouseTimer->start(kHideAfterMs);
+    mouseTimer->start(hideAfter);
     qDebug() << "process slider moved " << position;
     writeToEngine(enginecommands::seekTo(position));
 }
 
 void FullScreenVideoControl::stopBtnClicked()
 {
-    playBtn->setIcon(QIcon(kPlayIcon));
+    playBtn->setIcon(controlIcon("play"));
     emit stopSignal();
 }
 
@@ -444,7 +421,7 @@ void FullScreenVideoControl::processSliderPressed(int position)
 
 void FullScreenVideoControl::voiceSliderMoved(int volume)
 {
-    mouseTimer->start(kHideAfterMs);
+    mouseTimer->start(hideAfter);
     emit volumSignal(volume);
 }
 

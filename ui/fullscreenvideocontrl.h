@@ -18,6 +18,8 @@ class FullScreenVideoControl : public QDialog {
     Q_OBJECT
 
 public:
+    static constexpr int hideAfter = 5000; // ms without a move of the mouse
+
     explicit FullScreenVideoControl(QWidget *parent = nullptr);
     ~FullScreenVideoControl() override;
 
@@ -56,6 +58,7 @@ public:
     QWidget *centerWidget = nullptr; // created, never placed
     int currentPosition = 0; // never assigned: intended
 
+    // Hides the bar and the speed pop-up when another window becomes the active one.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
     // Hides the bar and clears its state. The speed pop-up is left as it is.
@@ -64,15 +67,15 @@ public:
 signals:
     void mouseHide();
     void floatPlay(); // never emitted
-    void processSliderSignal(int position);
+    void processSliderSignal(int position); // seconds
     void voiceSliderSignal(int volume); // never emitted
     void fullScreenSignal();
     void stopSignal();
     void replaySignal(); // never emitted
     void playBtnClickedSignal();
-    void forwardSignal();
+    void forwardSignal(); // nobody listens, nor to the next one: intended
     void backwardSignal();
-    void volumSignal(int volume);
+    void volumSignal(int volume); // the bar's slider, or 0 from the loudspeaker button
     void exitFullScreenSignal(); // never emitted
     void speedSetSignal(int percent);
     void openFileBtnSignal();
@@ -92,18 +95,21 @@ signals:
     void subPosDownSignal();
 
 public slots:
-    void playBtnClicked();
+    // Buttons and sliders.
+    void playBtnClicked(); // also a click on the picture
     void forwardBtnClicked();
     void backwardBtnClicked();
     void voiceBtnClicked();
-    void processSliderMoved(int position);
+    void processSliderMoved(int position); // the handle is dragged: writes the seek, in seconds
     void stopBtnClicked();
     void fullScreenBtnClicked();
-    void processSliderPressed(int position);
+    void processSliderPressed(int position); // the value changed, by whomever
     void voiceSliderMoved(int volume);
-    void dataReceive();
+    void dataReceive(); // does nothing
     void speedBtnClicked();
     void recvChangeSpeed(int percent);
+
+    // Entries of the context menu. What opens a dialog hides the bar first, which would cover it.
     void openFileBtnTriggered();
     void voiceDelayPlus();
     void voiceDelayReduce();

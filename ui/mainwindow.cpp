@@ -1,12 +1,12 @@
 #include "mainwindow.h"
 
 #include "common.h"
+#include "controls.h"
 #include "delayset.h"
 #include "dialogs.h"
 #include "engineprocess.h"
 #include "fullscreenvideocontrl.h"
 #include "handlesnapfilethread.h"
-#include "hint.h"
 #include "listwidget.h"
 #include "speedwind.h"
 #include "titlebar.h"
@@ -22,27 +22,8 @@
 #include <QTimer>
 
 namespace {
-const char volumSliderStyle[] =
-    " QSlider::add-page:Horizontal{ background-color: rgb(87, 97, 106); height:4px;}"
-    " QSlider::sub-page:Horizontal     {background-color:rgba(7,158,205, 255); height:4px;}"
-    "QSlider::groove:Horizontal {background:transparent;height:6px;}"
-    "QSlider::handle:Horizontal { border: 0px ;width: 5px;height:5px;margin: -7px -7px -7px -7px;"
-    "background-color:rgba(57,108,100, 255);}";
-
-// ":/images/" instead of ":/image/" is intended.
-const char processSliderStyle[] =
-    " QSlider::add-page:Horizontal{  background-color: rgb(87, 97, 106); height:4px;}"
-    " QSlider::sub-page:Horizontal     {background-color:rgba(7,158,205, 255); height:4px;}"
-    "QSlider::groove:Horizontal {background:transparent;height:6px;}"
-    "QSlider::handle:Horizontal{height: 30px;width:8px;"
-    "border-image: url(:/images/ic_music_thumb.png); margin: -8 0px;} ";
-
-void whiten(QLabel *label)
-{
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, Qt::white);
-    label->setPalette(palette);
-}
+constexpr char kFilled[] = "7,158,205"; // colour of the sliders up to their handle
+constexpr int kVolumeRest = 100; // ms without a move, then the volume is sent
 } // namespace
 
 MainWindow::MainWindow(QWidget *parent)
@@ -144,7 +125,7 @@ void MainWindow::setUpButtons()
     for (const auto &row : buttons) {
         row.button->setFocusPolicy(Qt::NoFocus);
         setHint(row.button, row.hint);
-        row.button->setIcon(QIcon(QString(":/image/controlicon/%1.png").arg(row.icon)));
+        row.button->setIcon(controlIcon(row.icon));
         row.button->setIconSize(row.iconSize);
         row.button->setStyleSheet("color:white;background-color:gray");
     }
@@ -164,11 +145,11 @@ void MainWindow::setUpButtons()
 void MainWindow::setUpSliders()
 {
     ui->volumSlider->setRange(0, 100);
-    ui->volumSlider->setStyleSheet(volumSliderStyle);
+    ui->volumSlider->setStyleSheet(volumSliderStyle(kFilled));
     ui->volumSlider->setFocusPolicy(Qt::NoFocus);
     ui->volumSlider->setAccessibleName("音量");
     ui->processSlider->setAutoFillBackground(false);
-    ui->processSlider->setStyleSheet(processSliderStyle);
+    ui->processSlider->setStyleSheet(processSliderStyle(kFilled));
     ui->processSlider->setFocusPolicy(Qt::NoFocus);
     ui->processSlider->setAccessibleName("播放进度");
 }
@@ -205,7 +186,7 @@ void MainWindow::setUpLabels()
     }
     ui->resizeBtn->setFlat(true);
     ui->resizeBtn->setFixedSize(10, 10);
-    ui->resizeBtn->setIcon(QIcon(":/image/controlicon/triangle.png"));
+    ui->resizeBtn->setIcon(controlIcon("triangle"));
     ui->resizeBtn->setFocusPolicy(Qt::NoFocus);
     ui->resizeBtn->hide();
 
@@ -266,7 +247,7 @@ void MainWindow::connectAll()
     connect(ui->volumSlider, SIGNAL(sliderPressed()), this, SLOT(volumSliderMoved()));
     connect(ui->volumSlider, SIGNAL(sliderReleased()), this, SLOT(volumSliderMoved()));
     connect(ui->volumSlider, &QSlider::valueChanged, this,
-            [this] { volumSliderTimer->start(100); });
+            [this] { volumSliderTimer->start(kVolumeRest); });
     connect(sw, SIGNAL(changeSpeed(int)), this, SLOT(recvChangeSpeed(int)));
     connect(ads, SIGNAL(setAudioDelaySignal(double)), this, SLOT(recvAudioDelaySignal(double)));
     connect(ads, SIGNAL(setSubDelaySignal(double)), this, SLOT(recvSubDelaySignal(double)));
@@ -357,7 +338,5 @@ void MainWindow::closeEvent(QCloseEvent *event)
     closed = true;
     event->accept();
 }
-
-void MainWindow::fileMoveMSg(QString path) { showStateLabel("截图已保存至" + path, 2000); }
 
 #include "moc_mainwindow.cpp"

@@ -46,8 +46,11 @@ public:
     // Chooses and starts what follows after the end of a file.
     void checkPlayMode();
 
+    // Keeps windowActiveFlag.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 public slots:
-    // Buttons of the form, bound by name.
+    // Buttons of the form, bound by name. Play also pauses and goes on; back and ahead are 5 s.
     void on_playBtn_clicked();
     void on_stopBtn_clicked();
     void on_backwardBtn_clicked();
@@ -62,17 +65,18 @@ public slots:
     void on_unPlayedBtn_clicked(); // there is no such widget: intended
 
     // Engine.
-    void dataReceive();
-    void processSliderPressed();
-    void processSliderPressed(int position);
-    void recvRemoveAndStopSignal();
+    void dataReceive(); // reads the engine's answers
+    void processSliderPressed(); // seeks to where the slider stands
+    void processSliderPressed(int position); // seeks to a second, unless it is the reported one
+    void recvRemoveAndStopSignal(); // stops without saving the position
     void recvStopSignal();
     void recvPlayBtnClicked();
 
-    // Adjustments.
-    void volumSliderMoved();
-    void recvVolumSignal(int volume);
-    void recvChangeSpeed(int percent);
+    // Adjustments. What is sent to the engine goes to a playing one only, but for the speed and
+    // subPosDown().
+    void volumSliderMoved(); // takes over and sends the slider's volume
+    void recvVolumSignal(int volume); // 0 toggles mute, any other sends the slider's volume
+    void recvChangeSpeed(int percent); // 50, 75, 100, 125, 150 or 200
     void voiceDelayPlus();
     void voiceDelayReduce();
     void cancelAudioDelay();
@@ -89,24 +93,21 @@ public slots:
     void subScaleReduce();
     void subPosUp();
     void subPosDown();
-    void recvSetDecodeSignal();
+    void recvSetDecodeSignal(); // puts decodeFlag into force; restarts what plays
 
     // Playlist.
-    void playSelectedItem(QListWidgetItem *item);
+    void playSelectedItem(QListWidgetItem *item); // plays the row clicked last
     void playSelected(int row);
 
     // Modes.
     void showNormalWin(); // leaves full screen
-    void recvFullScreenSignal();
-    void recvMouseHide();
+    void recvFullScreenSignal(); // likewise, if in full screen
+    void recvMouseHide(); // blanks the pointer
     void recvWindowAlwaysOnTopSignal(bool onTop);
 
     // Screenshots and information.
-    void fileMoveMSg(QString path);
-    void showVideoInfoFuc();
-
-public:
-    bool eventFilter(QObject *watched, QEvent *event) override;
+    void fileMoveMSg(QString path); // tells that a screenshot was filed
+    void showVideoInfoFuc(); // probes the current entry anew and shows what was found
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -172,6 +173,10 @@ private:
     void openCommandLineFiles();
     void addToList();
 
+    // Playlist.
+    QString chooseLocalFile(const QString &filter); // empty when none was chosen
+    void playEntry(int index);
+
     // Layout.
     void centre();
     void layOutPlayArea();
@@ -188,14 +193,14 @@ private:
     void stopPlayback();
     void showLength(int seconds);
     void showPosition(int seconds);
-    void stopUnlessLoaded(int index);
+    void makeWayFor(int index);
+    void seek(int second);
 
     // Adjustments.
     void setVolumeIcon(const QString &icon, bool onBar);
     void startSnapThread();
 
     // Modes.
-    void hideBar();
     void setNormalWidgetsVisible(bool visible);
     void showBar();
 

@@ -1,19 +1,18 @@
-// Volume, speed, delays, subtitles and the decode mode.
+// Volume, speed, delays, subtitles, the decode mode and screenshots.
 #include "mainwindow.h"
 
 #include "common.h"
+#include "controls.h"
 #include "delayset.h"
 #include "dialogs.h"
 #include "enginecommands.h"
 #include "engineprocess.h"
 #include "fullscreenvideocontrl.h"
 #include "handlesnapfilethread.h"
-#include "hint.h"
 #include "speedwind.h"
 #include "ui_mainwindow.h"
 
 #include <QDebug>
-#include <QFileDialog>
 #include <QPushButton>
 #include <QTimer>
 
@@ -39,7 +38,7 @@ void MainWindow::volumSliderMoved()
 
 void MainWindow::setVolumeIcon(const QString &icon, bool onBar)
 {
-    const QIcon picture(QString(":/image/controlicon/%1.png").arg(icon));
+    const QIcon picture = controlIcon(icon);
     ui->volumBtn->setIcon(picture);
     if (onBar)
         fsvc->voiceBtn->setIcon(picture);
@@ -178,9 +177,7 @@ void MainWindow::setSubDelay()
 
 void MainWindow::openSubTitleFile()
 {
-    const QString name = QFileDialog::getOpenFileName(
-        this, tr("选择本地文件"), "/home", tr("字幕文件(*.srt *.ass *.ssa *.vtt);;All(*)"));
-    qDebug() << "Input Filename:" << name;
+    const QString name = chooseLocalFile(tr("字幕文件(*.srt *.ass *.ssa *.vtt);;All(*)"));
     if (name.isEmpty() || !playingState)
         return;
     const QByteArray command = enginecommands::loadSubtitle(name);
@@ -261,6 +258,8 @@ void MainWindow::on_snapShotBtn_clicked()
     writeToEngine(enginecommands::screenshot);
     snapThread->snapCount++;
 }
+
+void MainWindow::fileMoveMSg(QString path) { showStateLabel("截图已保存至" + path, 2000); }
 
 // A worker that was told to end but still runs would ignore start() and then end.
 void MainWindow::startSnapThread()

@@ -2,11 +2,11 @@
 #include "mainwindow.h"
 
 #include "common.h"
+#include "controls.h"
 #include "dialogs.h"
 #include "enginecommands.h"
 #include "engineprocess.h"
 #include "fullscreenvideocontrl.h"
-#include "hint.h"
 #include "titlebar.h"
 #include "ui_mainwindow.h"
 
@@ -15,19 +15,17 @@
 #include <QTimer>
 
 namespace {
-constexpr int pollInterval = 500; // ms
-constexpr int startTimeout = 30000; // ms
+constexpr int kPollInterval = 500; // ms
+constexpr int kStartTimeout = 30000; // ms
 // Output that stays unread (while paused, or because no line ends) is dropped beyond this.
-constexpr qint64 unreadLimit = 1 << 20;
-
-bool isEntry(int index) { return index >= 0 && index < kHistoryCapacity; }
+constexpr qint64 kUnreadLimit = 1 << 20;
 
 void startEngine(const QString &program, const QStringList &arguments, int index)
 {
     qDebug() << "arglist:" << arguments;
     QProcess *engine = playinglist.process_mplayer;
     engine->start(program, arguments, QIODevice::ReadWrite);
-    engine->waitForStarted(startTimeout); // a failed start is not reported: intended
+    engine->waitForStarted(kStartTimeout); // a failed start is not reported: intended
     playinglist.state = 1;
     playinglist.addrIndex = index;
 }
@@ -35,7 +33,7 @@ void startEngine(const QString &program, const QStringList &arguments, int index
 
 void MainWindow::softAndVdpauPlay(int index)
 {
-    if (!isEntry(index))
+    if (!isAddrSlot(index))
         return;
     // The box below runs an event loop in which a poll would take the old engine's end for the end
     // of the media and start another engine.
@@ -59,7 +57,7 @@ void MainWindow::softAndVdpauPlay(int index)
     if (closed)
         return;
     startEngine(startPath + "/files/bin/mplayer", arguments, index);
-    processTimer->start(pollInterval);
+    processTimer->start(kPollInterval);
     const QString name = getFileNameFromAddr(entry.addr);
     m_titleBar->setWindowTitle(name);
     fsvc->titleLabel->setText(name);
@@ -67,7 +65,7 @@ void MainWindow::softAndVdpauPlay(int index)
 
 void mpvPlay(int index)
 {
-    if (!isEntry(index))
+    if (!isAddrSlot(index))
         return;
     QProcess *engine = playinglist.process_mplayer;
     if (engine->state() == QProcess::Running) {
@@ -90,6 +88,8 @@ void MainWindow::on_playBtn_clicked()
 }
 
 void MainWindow::recvPlayBtnClicked() { on_playBtn_clicked(); }
+
+void MainWindow::on_unPlayedBtn_clicked() { on_playBtn_clicked(); }
 
 void MainWindow::startPlaying()
 {
@@ -117,7 +117,7 @@ void MainWindow::togglePause()
 {
     playingState = !playingState;
     if (playingState)
-        processTimer->start(pollInterval);
+        processTimer->start(kPollInterval);
     else
         processTimer->stop();
     showPlayButton(playingState);
@@ -130,8 +130,7 @@ void MainWindow::togglePause()
 void MainWindow::showPlayButton(bool playing)
 {
     setHint(ui->playBtn, playing ? "暂停" : "播放");
-    ui->playBtn->setIcon(
-        QIcon(playing ? ":/image/controlicon/pause.png" : ":/image/controlicon/play.png"));
+    ui->playBtn->setIcon(controlIcon(playing ? "pause" : "play"));
 }
 
 // The end of the media is only noticed here: the engine has exited.
@@ -167,14 +166,14 @@ void MainWindow::dataReceive()
         else if (answer.kind == enginecommands::Answer::Position)
             showPosition(answer.seconds);
     }
-    if (engine->bytesAvailable() > unreadLimit)
+    if (engine->bytesAvailable() > kUnreadLimit)
         engine->readAll();
-    processTimer->start(pollInterval);
+    processTimer->start(kPollInterval);
 }
 
 void MainWindow::showLength(int seconds)
 {
-    const QString text = enginecommands::lengthText(seconds);
+    const QString text = enginecommands::clockText(seconds);
     ui->totalTimeLabel->setText(text);
     ui->processSlider->setRange(0, seconds);
     fsvc->totalTimeLabel->setText(text);
@@ -186,7 +185,7 @@ void MainWindow::showLength(int seconds)
 void MainWindow::showPosition(int seconds)
 {
     positionAnswered = true;
-    const QString text = enginecommands::positionText(seconds);
+    const QString text = enginecommands::clockText(seconds);
     ui->currentTimeLabel->setText(text);
     currentPosition = seconds;
     ui->processSlider->setValue(seconds);
@@ -198,32 +197,31 @@ void MainWindow::on_backwardBtn_clicked()
 {
     writeToEngine(enginecommands::seekBackward);
     if (playingState)
-        ui->playBtn->setIcon(QIcon(":/image/controlicon/pause.png"));
+        ui->playBtn->setIcon(controlIcon("pause"));
 }
 
 void MainWindow::on_forwardBtn_clicked()
 {
     writeToEngine(enginecommands::seekForward);
     if (playingState)
-        ui->playBtn->setIcon(QIcon(":/image/controlicon/pause.png"));
+        ui->playBtn->setIcon(controlIcon("pause"));
 }
 
 // A seek makes the engine play on, so a paused one is paused again.
-void MainWindow::processSliderPressed()
+void MainWindow::seek(int second)
 {
-    writeToEngine(enginecommands::seekTo(ui->processSlider->value()));
+    writeToEngine(enginecommands::seekTo(second));
     if (!playingState)
         writeToEngine(enginecommands::togglePause);
 }
+
+void MainWindow::processSliderPressed() { seek(ui->processSlider->value()); }
 
 // The threshold keeps the bar's echo of a reported position from seeking.
 void MainWindow::processSliderPressed(int position)
 {
-    if (qAbs(qint64(position) - currentPosition) <= 1)
-        return;
-    writeToEngine(enginecommands::seekTo(position));
-    if (!playingState)
-        writeToEngine(enginecommands::togglePause);
+    if (qAbs(qint64(position) - currentPosition) > 1)
+        seek(position);
 }
 
 void MainWindow::on_stopBtn_clicked()
@@ -273,10 +271,13 @@ void MainWindow::stopPlayback()
     stopping = false;
 }
 
-// A paused engine would only be resumed, whatever entry (-1: a new one) is to be played next. Its
-// position belongs to the entry it has loaded, which deleted rows may have parted from the index.
-void MainWindow::stopUnlessLoaded(int index)
+// Ends what plays before an entry (-1: a new one) is played, and a paused engine, which would only
+// be resumed, unless it has loaded that entry. Its position belongs to the entry it has loaded,
+// which deleted rows may have parted from the index.
+void MainWindow::makeWayFor(int index)
 {
+    if (playingState)
+        on_stopBtn_clicked();
     if (playinglist.state == 0 || (index >= 0 && addrlist[index].addr == loadedAddr))
         return;
     playinglist.addrIndex = checkAddrExist(loadedAddr);

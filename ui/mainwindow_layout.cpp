@@ -2,8 +2,8 @@
 #include "mainwindow.h"
 
 #include "common.h"
+#include "controls.h"
 #include "fullscreenvideocontrl.h"
-#include "hint.h"
 #include "listwidget.h"
 #include "speedwind.h"
 #include "titlebar.h"
@@ -67,19 +67,19 @@ void MainWindow::layOutButtonRow(int sliderY)
     slider->setFixedSize(qMax(0, isMaximized() ? playWidth - 20 : playWidth), 20);
 
     // All spacing keys on the play button's width: intended.
-    const int centre = (width() - 50) / 2 - 100;
+    const int middle = (width() - 50) / 2 - 100;
     const int rowY = sliderY + slider->height() + 20;
     const int button = ui->playBtn->width();
     const int step = button + 40;
-    ui->playBtn->move(centre, rowY);
-    ui->backwardBtn->move(centre - button - 30, rowY);
-    ui->stopBtn->move(centre - 2 * step + 20, rowY);
-    ui->openFileBtn->move(centre - 3 * step, rowY);
-    ui->snapShotBtn->move(centre - 4 * step, rowY);
-    ui->forwardBtn->move(centre + step, rowY);
-    ui->volumBtn->move(centre + 2 * step, rowY);
-    ui->volumSlider->move(centre + 2 * step + button, rowY + 5);
-    ui->speedSetBtn->move(centre + 3 * step + ui->volumSlider->width() + button, rowY);
+    ui->playBtn->move(middle, rowY);
+    ui->backwardBtn->move(middle - button - 30, rowY);
+    ui->stopBtn->move(middle - 2 * step + 20, rowY);
+    ui->openFileBtn->move(middle - 3 * step, rowY);
+    ui->snapShotBtn->move(middle - 4 * step, rowY);
+    ui->forwardBtn->move(middle + step, rowY);
+    ui->volumBtn->move(middle + 2 * step, rowY);
+    ui->volumSlider->move(middle + 2 * step + button, rowY + 5);
+    ui->speedSetBtn->move(middle + 3 * step + ui->volumSlider->width() + button, rowY);
     ui->fullScreenBtn->move(ui->speedSetBtn->x() + button + 40, rowY);
     ui->hideListBtn->move(ui->fullScreenBtn->x() + button + 40, rowY);
 
@@ -135,5 +135,3 @@ void MainWindow::showStateLabel(QString text, int ms)
 
 // Only the cursor changes; nothing is resized by the grip.
 void MainWindow::on_resizeBtn_pressed() { setCursor(Qt::SizeFDiagCursor); }
-
-void MainWindow::on_unPlayedBtn_clicked() { on_playBtn_clicked(); }

@@ -33,7 +33,7 @@ void MainWindow::contextMenuEvent(QContextMenuEvent *event)
 void MainWindow::showVideoInfoFuc()
 {
     const int index = playinglist.addrIndex;
-    if (playinglist.state == 0 || index < 0 || index >= kHistoryCapacity)
+    if (playinglist.state == 0 || !isAddrSlot(index))
         return;
     if (!checkVideoFileInput(addrlist[index].addr))
         return;

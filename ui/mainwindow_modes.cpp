@@ -2,6 +2,7 @@
 #include "mainwindow.h"
 
 #include "common.h"
+#include "controls.h"
 #include "fullscreenvideocontrl.h"
 #include "listwidget.h"
 #include "speedwind.h"
@@ -17,23 +18,9 @@
 #include <QTimer>
 #include <QWindow>
 
-namespace {
-// Edges are outside: intended.
-bool strictlyInside(const QPoint &point, const QPoint &corner, int width, int height)
-{
-    return corner.x() < point.x() && point.x() < corner.x() + width && corner.y() < point.y() &&
-        point.y() < corner.y() + height;
-}
-
-bool strictlyInside(const QPoint &point, const QWidget *widget)
-{
-    return strictlyInside(point, widget->pos(), widget->width(), widget->height());
-}
-} // namespace
-
 bool MainWindow::insidePlayArea(const QPoint &point) const
 {
-    return strictlyInside(point, ui->playWidget);
+    return strictlyInside(point, ui->playWidget->geometry());
 }
 
 void MainWindow::setNormalWidgetsVisible(bool visible)
@@ -70,7 +57,7 @@ void MainWindow::showNormalWin()
     // that would bring it back.
     setCursor(Qt::ArrowCursor);
     if (fsvc->state)
-        hideBar();
+        fsvc->hideBar();
     setNormalWidgetsVisible(true);
     qDebug() << "screen width:" << screenWidth << " screen height:" << screenHeight;
     ui->playWidget->setFixedSize(widgetNormalWidth, widgetNormalHeight);
@@ -107,8 +94,6 @@ void MainWindow::recvWindowAlwaysOnTopSignal(bool onTop)
     QCoreApplication::sendEvent(this, &shown);
 }
 
-void MainWindow::hideBar() { fsvc->hideBar(); }
-
 void MainWindow::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() == Qt::RightButton) {
@@ -116,7 +101,7 @@ void MainWindow::mousePressEvent(QMouseEvent *event)
         return;
     }
     if (insidePlayArea(event->pos()))
-        mouseClickTimer->start(500);
+        mouseClickTimer->start(kDoubleClickWait);
 }
 
 void MainWindow::mouseDoubleClickEvent(QMouseEvent *event)
@@ -128,7 +113,7 @@ void MainWindow::mouseDoubleClickEvent(QMouseEvent *event)
         showNormalWin();
     } else {
         on_fullScreenBtn_clicked();
-        fsvc->mouseTimer->start(5000);
+        fsvc->mouseTimer->start(FullScreenVideoControl::hideAfter);
     }
 }
 
@@ -136,15 +121,15 @@ void MainWindow::mouseMoveEvent(QMouseEvent *event)
 {
     const QPoint point = event->pos();
     setCursor(Qt::ArrowCursor);
-    if (!strictlyInside(point, ui->speedSetBtn))
+    if (!strictlyInside(point, ui->speedSetBtn->geometry()))
         sw->dismiss();
     if (fullScreenFlag && decodeSoftware == 0) {
-        if (strictlyInside(point, ui->playWidget->pos(), screenWidth, screenHeight) &&
-            windowActiveFlag && !fsvc->state)
+        const QRect screen(ui->playWidget->pos(), QSize(screenWidth, screenHeight));
+        if (strictlyInside(point, screen) && windowActiveFlag && !fsvc->state)
             showBar();
         fsvc->currentSpeed = currentSpeed;
     }
-    if (strictlyInside(point, ui->resizeBtn))
+    if (strictlyInside(point, ui->resizeBtn->geometry()))
         setCursor(Qt::SizeFDiagCursor);
 }
 
@@ -156,16 +141,14 @@ void MainWindow::showBar()
     QLabel *title = fsvc->titleLabel;
     title->setFixedSize(screenWidth, 80);
     const int index = playinglist.addrIndex;
-    if (playinglist.state != 0 && index >= 0 && index < kHistoryCapacity)
+    if (playinglist.state != 0 && isAddrSlot(index))
         title->setText(addrlist[index].label);
     title->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     QFont font = title->font();
     font.setPointSize(18);
     title->setFont(font);
-    QPalette palette = title->palette();
-    palette.setColor(QPalette::WindowText, Qt::white);
-    title->setPalette(palette);
-    fsvc->mouseTimer->start(5000);
+    whiten(title);
+    fsvc->mouseTimer->start(FullScreenVideoControl::hideAfter);
     fsvc->move(0, 0);
     fsvc->show();
     fsvc->playBtn->setFocus();
@@ -179,7 +162,7 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
     }
     if (watched == this && event->type() == QEvent::WindowDeactivate) {
         windowActiveFlag = false;
-        hideBar();
+        fsvc->hideBar();
         return true;
     }
     return QMainWindow::eventFilter(watched, event);
@@ -193,11 +176,11 @@ void MainWindow::keyPressEvent(QKeyEvent *event)
     const bool onlyAlt = event->modifiers() == Qt::AltModifier;
 
     if (key == Qt::Key_Escape && fullScreenFlag) {
-        hideBar();
+        fsvc->hideBar();
         showNormalWin();
     }
     if (key == Qt::Key_Alt || onlyAlt)
-        hideBar();
+        fsvc->hideBar();
     if (key == Qt::Key_Space)
         on_playBtn_clicked();
     if (key == Qt::Key_Left)

@@ -14,8 +14,8 @@
 #include <QUrl>
 
 namespace {
-const char localIcon[] = ":/image/icon/video1.png";
-const char streamIcon[] = ":/image/icon/net.png";
+constexpr char kLocalIcon[] = ":/image/icon/video1.png";
+constexpr char kStreamIcon[] = ":/image/icon/net.png";
 
 // The generator is never seeded: intended.
 int randomNumber()
@@ -29,8 +29,8 @@ int randomNumber()
 
 void MainWindow::addToList()
 {
-    const QIcon local(localIcon);
-    const QIcon stream(streamIcon);
+    const QIcon local(kLocalIcon);
+    const QIcon stream(kStreamIcon);
     for (int i = addrNum; i >= 1; i--) {
         const HistoryAddrList &entry = addrlist[i - 1];
         listWidget->insertItem(addrNum - i,
@@ -49,14 +49,12 @@ void MainWindow::openAndDragFile(QString path)
         showNotice("视频解析失败!");
         return;
     }
-    if (playingState)
-        on_stopBtn_clicked();
     const int known = checkAddrExist(path);
-    stopUnlessLoaded(known);
+    makeWayFor(known);
     if (known < 0) {
         addToAddrList(path); // makes it the playing one
         // A new entry always gets the local icon, streams too: intended.
-        listWidget->insertItem(0, ListWidget::makeItem(addrlist[addrNum - 1], QIcon(localIcon)));
+        listWidget->insertItem(0, ListWidget::makeItem(addrlist[addrNum - 1], QIcon(kLocalIcon)));
         listWidget->setCurrentRow(0);
         if (listWidget->count() > addrNum)
             listWidget->removeLastRow();
@@ -66,12 +64,17 @@ void MainWindow::openAndDragFile(QString path)
     on_playBtn_clicked();
 }
 
+QString MainWindow::chooseLocalFile(const QString &filter)
+{
+    const QString name = QFileDialog::getOpenFileName(this, tr("选择本地文件"), "/home", filter);
+    qDebug() << "Input Filename:" << name;
+    return name;
+}
+
 void MainWindow::on_openFileBtn_clicked()
 {
-    const QString name = QFileDialog::getOpenFileName(
-        this, tr("选择本地文件"), "/home",
+    const QString name = chooseLocalFile(
         tr("视频文件(*.mp4 *.wmv *.avi *.flv *.rmvb *.mov *.mkv *.webm);;所有文件(*.*)"));
-    qDebug() << "Input Filename:" << name;
     if (!name.isEmpty())
         openAndDragFile(name);
 }
@@ -91,6 +94,13 @@ void MainWindow::dropEvent(QDropEvent *event)
     }
 }
 
+void MainWindow::playEntry(int index)
+{
+    makeWayFor(index);
+    playinglist.addrIndex = index;
+    on_playBtn_clicked();
+}
+
 // The row comes from the list's currentIndex, not from the item: intended.
 void MainWindow::playSelectedItem(QListWidgetItem *)
 {
@@ -99,11 +109,7 @@ void MainWindow::playSelectedItem(QListWidgetItem *)
         return;
     if (playinglist.addrIndex == target && playingState)
         return;
-    if (playingState)
-        on_stopBtn_clicked();
-    stopUnlessLoaded(target);
-    playinglist.addrIndex = target;
-    on_playBtn_clicked();
+    playEntry(target);
 }
 
 void MainWindow::playSelected(int row)
@@ -111,11 +117,7 @@ void MainWindow::playSelected(int row)
     const int target = entryOfRow(row, addrNum);
     if (target < 0 || target >= addrNum || playinglist.addrIndex == target)
         return;
-    if (playingState)
-        on_stopBtn_clicked();
-    stopUnlessLoaded(target);
-    playinglist.addrIndex = target;
-    on_playBtn_clicked();
+    playEntry(target);
 }
 
 void MainWindow::checkPlayMode()

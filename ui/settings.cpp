@@ -1,10 +1,10 @@
 #include "settings.h"
 
 #include "common.h"
+#include "controls.h"
 #include "ui_settings.h"
 
 #include <QFileDialog>
-#include <QIcon>
 
 namespace {
 // Whether the state of box counts as a change of flag. The check state is 0 or 2 and the flag 0 or
@@ -45,7 +45,7 @@ void Settings::showEvent(QShowEvent *event)
     ui->confirmBtn->setFocus();
     ui->snapPathEdit->setText(screenShotPath);
     ui->snapPathEdit->setToolTip(screenShotPath);
-    ui->selectSnapPathBtn->setIcon(QIcon(QStringLiteral(":/image/controlicon/openfile.png")));
+    ui->selectSnapPathBtn->setIcon(controlIcon(QStringLiteral("openfile")));
     ui->playModeComBox->setCurrentIndex(playMode);
     setFixedSize(width(), height());
 }

@@ -24,7 +24,7 @@ void showVideoInfo::showEvent(QShowEvent *event)
     QDialog::showEvent(event);
 
     const int index = playinglist.addrIndex; // the playlist may have left it beside the array
-    const QString addr = index >= 0 && index < kHistoryCapacity ? addrlist[index].addr : QString();
+    const QString addr = isAddrSlot(index) ? addrlist[index].addr : QString();
 
     setWindowTitle(QStringLiteral("媒体信息"));
     ui->fileName->setText(getFileNameFromAddr(addr));

@@ -1,14 +1,13 @@
 #include "titlebar.h"
 
 #include "common.h"
+#include "controls.h"
 #include "dialogs.h"
-#include "hint.h"
 #include "settings.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHBoxLayout>
-#include <QIcon>
 #include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
@@ -24,10 +23,10 @@ constexpr QSize kButtonIconSize(22, 22);
 constexpr QSize kButtonSize(27, 22);
 constexpr QSize kCloseButtonSize(22, 22);
 
-const auto kPinIcon = QStringLiteral(":/image/controlicon/thumbtack1.png");
-const auto kPinnedIcon = QStringLiteral(":/image/controlicon/pinvertical.png");
-const auto kMaximizeIcon = QStringLiteral(":/image/controlicon/max.png");
-const auto kRestoreIcon = QStringLiteral(":/image/controlicon/restore.png");
+const auto kPinIcon = QStringLiteral("thumbtack1");
+const auto kPinnedIcon = QStringLiteral("pinvertical");
+const auto kMaximizeIcon = QStringLiteral("max");
+const auto kRestoreIcon = QStringLiteral("restore");
 
 const auto kPinText = QStringLiteral("总在最前");
 const auto kUnpinText = QStringLiteral("取消最前");
@@ -69,15 +68,13 @@ void TitleBar::setUpLabels()
 void TitleBar::setUpButtons()
 {
     m_thumbtackBtn = addButton(QString(), kButtonSize, kPinIcon, kPinText);
-    m_memuButton = addButton(QString(), kButtonSize,
-                             QStringLiteral(":/image/controlicon/setmenu.png"), kSettingsText);
-    m_minimizeButton =
-        addButton(QStringLiteral("minimizeButton"), kButtonSize,
-                  QStringLiteral(":/image/controlicon/min.png"), QStringLiteral("最小化"));
+    m_memuButton = addButton(QString(), kButtonSize, QStringLiteral("setmenu"), kSettingsText);
+    m_minimizeButton = addButton(QStringLiteral("minimizeButton"), kButtonSize,
+                                 QStringLiteral("min"), QStringLiteral("最小化"));
     m_maximizeButton = addButton(QStringLiteral("maximizeButton"), kButtonSize, kMaximizeIcon,
                                  QStringLiteral("最大化"));
     m_closeButton = addButton(QStringLiteral("closeButton"), kCloseButtonSize,
-                              QStringLiteral(":/image/controlicon/close.png"), kCloseText);
+                              QStringLiteral("close"), kCloseText);
 }
 
 QPushButton *TitleBar::addButton(const QString &objectName, const QSize &size, const QString &icon,
@@ -88,7 +85,7 @@ QPushButton *TitleBar::addButton(const QString &objectName, const QSize &size, c
     button->setFixedSize(size);
     button->setFlat(true);
     button->setFocusPolicy(Qt::NoFocus);
-    button->setIcon(QIcon(icon));
+    button->setIcon(controlIcon(icon));
     button->setIconSize(kButtonIconSize);
     setHint(button, toolTip);
     return button;
@@ -126,9 +123,7 @@ void TitleBar::connectAll()
 void TitleBar::setWindowTitle(const QString &title)
 {
     m_titleLabel->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
-    QPalette colours = m_titleLabel->palette();
-    colours.setColor(QPalette::WindowText, Qt::white);
-    m_titleLabel->setPalette(colours);
+    whiten(m_titleLabel);
     m_titleLabel->setText(title);
 }
 
@@ -147,13 +142,13 @@ void TitleBar::onClicked()
         if (top->isMaximized()) {
             top->showNormal();
             setFixedSize(normalWidth, kHeight);
-            m_maximizeButton->setIcon(QIcon(kMaximizeIcon));
+            m_maximizeButton->setIcon(controlIcon(kMaximizeIcon));
         } else {
             if (top->width() != screenWidth)
                 normalWidth = top->width();
             top->showMaximized();
             setFixedSize(screenWidth, kHeight);
-            m_maximizeButton->setIcon(QIcon(kRestoreIcon));
+            m_maximizeButton->setIcon(controlIcon(kRestoreIcon));
         }
     } else if (sender() == m_closeButton) {
         top->close();
@@ -165,11 +160,11 @@ void TitleBar::setWindowAlwaysOnTop()
     static bool fixedFlag = false; // kept for all bars of the process: intended
 
     if (!fixedFlag) {
-        m_thumbtackBtn->setIcon(QIcon(kPinnedIcon));
+        m_thumbtackBtn->setIcon(controlIcon(kPinnedIcon));
         setHint(m_thumbtackBtn, kUnpinText);
         emit setWindowAlwaysOnTopSignal(true);
     } else {
-        m_thumbtackBtn->setIcon(QIcon(kPinIcon));
+        m_thumbtackBtn->setIcon(controlIcon(kPinIcon));
         setHint(m_thumbtackBtn, kPinText);
         emit setWindowAlwaysOnTopSignal(false);
     }

@@ -26,9 +26,7 @@ bool isOrdinary(const std::string &number)
 
 void checkLabel(int seconds)
 {
-    const QString label = enginecommands::positionText(seconds);
-    require(label == enginecommands::lengthText(seconds), "both labels are written alike");
-    const QStringList parts = label.split(':');
+    const QStringList parts = enginecommands::clockText(seconds).split(':');
     require(parts.size() == 3, "a label has hours, minutes and seconds");
     for (const QString &part : parts)
         require(part.size() >= 2, "each has two digits at least");

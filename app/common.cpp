@@ -1,7 +1,5 @@
 #include "common.h"
 
-#include <QResource>
-
 QString startPath;
 QString rBtnOpenFile[kCommandLineSlots];
 HistoryAddrList addrlist[kHistoryCapacity];

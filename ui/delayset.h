@@ -25,6 +25,7 @@ signals:
     void setSubDelaySignal(double seconds);
 
 public slots:
+    // Confirming sends the number shown, in seconds, by the signal that delayFlag chooses.
     void on_confirmBtn_clicked();
     void on_cancelBtn_clicked();
 

@@ -25,6 +25,8 @@ class handleSnapFileThread : public QThread {
 public:
     explicit handleSnapFileThread(QObject *parent = nullptr);
 
+    // Looks into the screenshot folder every 300 ms while runFlag is set and renames the pictures
+    // that are asked for.
     void run() override;
 
     // Both are shared with the GUI thread without a lock, on purpose: a lost update only shifts the
@@ -33,5 +35,6 @@ public:
     int snapCount = 0; // screenshots requested and not yet filed
 
 signals:
+    // A screenshot has got its name; from the worker's thread.
     void saveSnapShotSignal(QString path);
 };

@@ -23,15 +23,17 @@ public:
     int currentIndex = 0; // row of the item last clicked or pressed
 
 signals:
-    void sig_play(QListWidgetItem *item);
+    void sig_play(QListWidgetItem *item); // listItem is to be played
     void sig_play1(int row); // never emitted
-    void removeAndStopSignal();
+    void removeAndStopSignal(); // what plays is about to leave the list
 
 public slots:
-    void getListName(QListWidgetItem *item);
+    void getListName(QListWidgetItem *item); // notes the item and the current row
+
+    // Entries of the context menu.
     void playSelectedList();
-    void deleteSelected();
-    void emptyList();
+    void deleteSelected(); // the current row and its entry
+    void emptyList(); // after a question: all rows and entries, and the file
 
 protected:
     void contextMenuEvent(QContextMenuEvent *event) override;

@@ -17,8 +17,8 @@ public:
     Ui::Settings *ui = nullptr;
     bool selectSnapPathFlag = false; // a folder was picked since the last confirmation
 
-signals:
-    void setDecodeFlag();
+signals: // the global was set at a confirmation
+    void setDecodeFlag(); // at every one
     void setLastTimeFlag();
     void setEmptyListExitFlag();
 
@@ -27,7 +27,7 @@ public slots:
     void on_softMultiDecRaBtn_clicked();
     void on_hardDecRaBtn_clicked();
     void on_selectSnapPathBtn_clicked();
-    void on_confirmBtn_clicked();
+    void on_confirmBtn_clicked(); // puts what was chosen in force, and stores it
     void on_cancelBtn_clicked();
 
 protected:

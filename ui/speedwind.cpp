@@ -3,6 +3,7 @@
 #include <QCursor>
 #include <QDebug>
 #include <QEvent>
+#include <QPoint>
 #include <QPushButton>
 #include <QVBoxLayout>
 

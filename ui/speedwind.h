@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QDialog>
-#include <QPoint>
 
 class QPushButton;
 class QVBoxLayout;
@@ -31,10 +30,11 @@ public:
     QVBoxLayout *vlayout = nullptr;
     QWidget *centerWidget = nullptr; // unused
 
+    // Takes every event of the pop-up itself; hides it when another window becomes the active one.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
-    void changeSpeed(int percent);
+    void changeSpeed(int percent); // a button was clicked
 
 public slots:
     void speed050BtnClicked();

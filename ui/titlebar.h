@@ -34,20 +34,21 @@ public:
     bool m_leftButtonPressed = false;
     Settings *setDialog = nullptr;
 
+    // For a window that installs the bar as its filter: follows its title, icon and state.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
-    void decodeSetSignal();
+    void decodeSetSignal(); // the decode mode was confirmed in the settings
     void lastTimeFlagSignal(); // never emitted
     void setWindowAlwaysOnTopSignal(bool onTop);
 
 public slots:
-    void onClicked();
-    void setWindowAlwaysOnTop();
-    void settingsFunc();
+    void onClicked(); // minimises, maximises, restores or closes, as the sender says
+    void setWindowAlwaysOnTop(); // pins, or takes the pin out
+    void settingsFunc(); // opens the settings
     void sendSetDecodeFlagSignal();
-    void recvSetLastTimeFlagSignal();
-    void recvSetEmptyListExitFlagSigbal();
+    void recvSetLastTimeFlagSignal(); // stores lastTimePlayFlag
+    void recvSetEmptyListExitFlagSigbal(); // stores emptyListCheckFlag
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

@@ -36,7 +36,6 @@ public:
     bool watchUntil(const std::function<bool()> &condition, int ms);
 
     bool isSteady() const { return worst <= limit + noise(); }
-    qint64 worstLateness() const { return worst; } // ms
     qint64 noise() const { return echoWorst.load() / 1000000; } // ms, the slowest echo
     qint64 peakHeap() const { return peak; } // of OwnProcess::heap(), at the beats
     int beats() const { return count; }

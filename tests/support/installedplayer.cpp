@@ -96,7 +96,7 @@ bool InstalledPlayer::start(const QStringList &locations)
     process.setProcessEnvironment(environment());
     process.setWorkingDirectory(home());
     process.setStandardInputFile(QProcess::nullDevice());
-    process.start(QStringLiteral("bwrap"), sandbox() + programOptions + locations);
+    process.start(QStringLiteral("bwrap"), sandbox() + locations);
     if (!process.waitForStarted())
         return false;
     const auto started = [this] {

@@ -39,7 +39,6 @@ public:
     void setConfig(const QByteArray &ini); // replaces the settings file
     void setHistory(const QByteArray &json);
     void setEnvironment(const QString &name, const QString &value);
-    void setProgramOptions(const QStringList &options) { programOptions = options; }
     // Starts this program, which becomes the player, in the player's place.
     void setLauncher(const QString &program) { launcher = program; }
     StandInEngine &standIn(); // takes the real engine's place
@@ -90,7 +89,6 @@ private:
     QString rootFolder;
     Root rootKind = Root::Normal;
     QString launcher = rootInside() + "/files/bin/tarnivo-player";
-    QStringList programOptions;
     QMap<QString, QString> variables;
     QScopedPointer<StandInEngine> standInEngine;
     QProcess process;

@@ -141,13 +141,6 @@ QList<qulonglong> Screen::windowsNamed(const QString &name)
     return found;
 }
 
-qulonglong Screen::waitForWindowOf(qint64 pid, int ms)
-{
-    QList<qulonglong> found;
-    const auto shown = [&] { return !(found = windowsOf(pid)).isEmpty(); };
-    return QTest::qWaitFor(shown, ms) ? found.first() : 0;
-}
-
 qulonglong Screen::waitForWindowNamed(const QString &name, int ms)
 {
     QList<qulonglong> found;

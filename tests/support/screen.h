@@ -30,7 +30,6 @@ QRect extent(const QImage &image, const QColor &colour, int tolerance = 40);
 QList<qulonglong> windows(); // managed by the window manager, bottom to top
 QList<qulonglong> windowsOf(qint64 pid); // visible top-level windows of a process, managed or not
 QList<qulonglong> windowsNamed(const QString &title); // managed, with exactly this title
-qulonglong waitForWindowOf(qint64 pid, int ms = 15000); // the first; 0 when none comes
 qulonglong waitForWindowNamed(const QString &title, int ms = 15000);
 bool isAbove(qulonglong upper, qulonglong lower); // in the stacking of managed windows
 bool isViewable(qulonglong window);

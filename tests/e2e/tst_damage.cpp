@@ -89,11 +89,6 @@ void playAndClose(InstalledPlayer &player)
     QVERIFY(player.engines().isEmpty());
 }
 
-QJsonArray storedEntries(const QString &path)
-{
-    return QJsonDocument::fromJson(readFile(path)).object().value("settings").toArray();
-}
-
 } // namespace
 
 void TestDamage::history_data()

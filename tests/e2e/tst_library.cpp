@@ -5,8 +5,6 @@
 #include "testsupport.h"
 
 #include <QElapsedTimer>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
 
@@ -29,22 +27,9 @@ QByteArray config(const QByteArray &more = QByteArray())
     return "[DEFAULT]\nfirst_start=0\ndefault_volum=34\ndecode_flag=0\n" + more;
 }
 
-QJsonArray history(const InstalledPlayer &player)
-{
-    return QJsonDocument::fromJson(readFile(player.historyFile()))
-        .object()
-        .value("settings")
-        .toArray();
-}
-
 QJsonObject entry(const InstalledPlayer &player, int index)
 {
-    return history(player).at(index).toObject();
-}
-
-int savedSecond(const InstalledPlayer &player, int index)
-{
-    return entry(player, index).value("last_time").toInt(-1);
+    return storedEntries(player.historyFile()).at(index).toObject();
 }
 
 QJsonObject expectedEntry(const QString &path, int lastTime)
@@ -63,6 +48,29 @@ QStringList playedFiles(InstalledPlayer &player)
     return files;
 }
 
+// Seeks with the mouse, playing and paused, from the first quarter of the clip (red) to the third
+// (blue), and stops there. Gives the second that is stored.
+void seekAndStop(InstalledPlayer &player, const PlayerHands &hands, int *stopped)
+{
+    // A click with the middle button goes to a place at once, the left one drags the handle.
+    Screen::click(hands.timeAt(30.0 / length), 2);
+    QVERIFY(hands.waitForPicture(lime));
+    Screen::key("space");
+    QTRY_VERIFY(!hands.pictureMoves(1500));
+    Screen::click(hands.timeAt(35.0 / length), 2);
+    QTRY_VERIFY(!hands.pictureMoves(1500)); // a seek leaves it paused
+    hands.dragTime(35.0 / length, 45.0 / length);
+    QVERIFY(hands.waitForPicture(Qt::blue));
+    QTRY_VERIFY(!hands.pictureMoves(1500));
+    hands.click(PlayerHands::Play);
+    QVERIFY(hands.pictureMoves());
+    hands.click(PlayerHands::Stop);
+    QTRY_VERIFY_WITH_TIMEOUT(player.engines().isEmpty(), 15000);
+    QVERIFY(hands.waitForPicture(Qt::black));
+    *stopped = storedPosition(player.historyFile());
+    QVERIFY2(*stopped >= 44 && *stopped < 60, qPrintable(QString::number(*stopped)));
+}
+
 } // namespace
 
 void TestLibrary::anEvening()
@@ -79,28 +87,15 @@ void TestLibrary::anEvening()
     QVERIFY(hands.waitForPicture(Qt::red));
     QVERIFY(hands.pictureMoves());
 
-    // A click with the middle button goes to a place at once, the left one drags the handle.
-    Screen::click(hands.timeAt(30.0 / length), 2);
-    QVERIFY(hands.waitForPicture(lime));
-    Screen::key("space");
-    QTRY_VERIFY(!hands.pictureMoves(1500));
-    Screen::click(hands.timeAt(35.0 / length), 2);
-    QTRY_VERIFY(!hands.pictureMoves(1500)); // a seek leaves it paused
-    hands.dragTime(35.0 / length, 45.0 / length);
-    QVERIFY(hands.waitForPicture(Qt::blue));
-    QTRY_VERIFY(!hands.pictureMoves(1500));
-    hands.click(PlayerHands::Play);
-    QVERIFY(hands.pictureMoves());
-    hands.click(PlayerHands::Stop);
-    QTRY_VERIFY_WITH_TIMEOUT(player.engines().isEmpty(), 15000);
-    QVERIFY(hands.waitForPicture(Qt::black));
-    const int stopped = savedSecond(player, 0);
-    QVERIFY2(stopped >= 44 && stopped < 60, qPrintable(QString::number(stopped)));
+    int stopped = -1;
+    seekAndStop(player, hands, &stopped);
+    if (QTest::currentTestFailed())
+        return;
     QCOMPARE(entry(player, 0), expectedEntry(first, stopped));
 
     QVERIFY(hands.chooseFile("ctrl+o", second));
     QVERIFY(hands.waitForPicture(Qt::magenta));
-    QCOMPARE(history(player).size(), 2);
+    QCOMPARE(storedEntries(player.historyFile()).size(), 2);
     QCOMPARE(entry(player, 1), expectedEntry(second, 0));
     // The newest is on top: the second row is the first file, which goes on where it stopped.
     hands.click(PlayerHands::FirstRow + QPoint(0, 24), 1, 2);
@@ -113,9 +108,9 @@ void TestLibrary::anEvening()
     QVERIFY(player.waitForEnd());
     QCOMPARE(player.exitCode(), 0);
     QVERIFY(player.engines().isEmpty());
-    const int left = savedSecond(player, 0);
+    const int left = storedPosition(player.historyFile());
     QVERIFY2(left >= stopped - 6 && left < 60, qPrintable(QString::number(left)));
-    QCOMPARE(history(player).size(), 2);
+    QCOMPARE(storedEntries(player.historyFile()).size(), 2);
 
     // The next evening: nothing plays by itself; what is in the list goes on 5 s before its end.
     QVERIFY(player.start());
@@ -133,7 +128,7 @@ void TestLibrary::anEvening()
     const int later = left - 5 + int(clock.elapsed() / 1000) + 1;
     QVERIFY(player.waitForEnd());
     QCOMPARE(player.exitCode(), 0);
-    const int found = savedSecond(player, 0);
+    const int found = storedPosition(player.historyFile());
     QVERIFY2(found >= left - 6 && found <= later,
              qPrintable(QStringLiteral("%1 after %2, at most %3").arg(found).arg(left).arg(later)));
     QCOMPARE(player.setting("default_volum"), QStringLiteral("34"));

@@ -6,13 +6,11 @@
 #include "signalclip.h"
 #include "testsupport.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <QTest>
 
 #include <csignal>
+#include <functional>
 
 class TestSession : public QObject {
     Q_OBJECT
@@ -48,18 +46,6 @@ QStringList warnings(const QStringList &log)
     return found;
 }
 
-int savedSecond(const InstalledPlayer &player)
-{
-    return QJsonDocument::fromJson(readFile(player.historyFile()))
-        .object()
-        .value("settings")
-        .toArray()
-        .at(0)
-        .toObject()
-        .value("last_time")
-        .toInt(-1);
-}
-
 // Beyond the last second that resuming leaves out, so that the position counts.
 bool playFromTheMiddle(PlayerHands &hands)
 {
@@ -69,16 +55,9 @@ bool playFromTheMiddle(PlayerHands &hands)
     return hands.waitForPicture(QColor("lime"));
 }
 
-} // namespace
-
-void TestSession::nothingUnexpectedIsSaid()
+// The steps of a session, each of which uses the player as a person does.
+void useTheControls(const PlayerHands &hands)
 {
-    InstalledPlayer player;
-    player.setConfig(config);
-    QVERIFY(player.start({signalClip()}));
-    PlayerHands hands(player);
-    QVERIFY(playFromTheMiddle(hands));
-
     Screen::key("space");
     Screen::click(hands.timeAt(0.6), 2);
     hands.click(PlayerHands::Play);
@@ -87,7 +66,10 @@ void TestSession::nothingUnexpectedIsSaid()
     Screen::key("Up");
     hands.click(PlayerHands::Mute, 1, 2);
     QVERIFY(hands.pictureMoves());
+}
 
+void useTheWindow(const PlayerHands &hands)
+{
     hands.click(PlayerHands::HideList);
     hands.click(PlayerHands::HideList);
     hands.click(PlayerHands::Pin);
@@ -99,7 +81,10 @@ void TestSession::nothingUnexpectedIsSaid()
     QTRY_COMPARE(Screen::geometry(hands.mainWindow()).width(), 1280);
     hands.click(PlayerHands::Title, 1, 2);
     QTRY_COMPARE(Screen::geometry(hands.mainWindow()).width(), 945);
+}
 
+void chooseASpeedAndTakeAPicture(InstalledPlayer &player, const PlayerHands &hands)
+{
     hands.click(PlayerHands::Speed);
     QVERIFY(hands.waitForSpeeds());
     Screen::click(hands.at(PlayerHands::Speed) + QPoint(0, -359)); // 2.0x
@@ -109,7 +94,10 @@ void TestSession::nothingUnexpectedIsSaid()
     Screen::key("alt+a");
     QDir shots(player.home() + "/Pictures/TNPlayer_ScreenShot");
     QTRY_VERIFY_WITH_TIMEOUT(!shots.entryList({"shot-*.png"}).isEmpty(), 15000);
+}
 
+void openMenusAndDialogs(InstalledPlayer &player, PlayerHands &hands)
+{
     for (const QPoint &place : {PlayerHands::Video, PlayerHands::Title, PlayerHands::FirstRow}) {
         hands.click(place, 3);
         QVERIFY(hands.waitForMenus(1));
@@ -127,8 +115,10 @@ void TestSession::nothingUnexpectedIsSaid()
     QVERIFY(files && PlayerHands::focus(files));
     Screen::key("Escape");
     QVERIFY(PlayerHands::waitForNoWindow(files));
+}
 
-    QVERIFY(hands.takeHold());
+void useFullScreen(const PlayerHands &hands)
+{
     hands.click(PlayerHands::FullScreen);
     QTRY_COMPARE(hands.picture(), QRect(0, 0, 1280, 800));
     Screen::moveMouse(QPoint(600, 300));
@@ -141,6 +131,30 @@ void TestSession::nothingUnexpectedIsSaid()
     Screen::key("Escape");
     QTRY_COMPARE(Screen::geometry(hands.mainWindow()).width(), 945);
     QVERIFY(hands.pictureMoves());
+}
+
+} // namespace
+
+void TestSession::nothingUnexpectedIsSaid()
+{
+    InstalledPlayer player;
+    player.setConfig(config);
+    QVERIFY(player.start({signalClip()}));
+    PlayerHands hands(player);
+    QVERIFY(playFromTheMiddle(hands));
+    const std::function<void()> steps[] = {
+        [&] { useTheControls(hands); },
+        [&] { useTheWindow(hands); },
+        [&] { chooseASpeedAndTakeAPicture(player, hands); },
+        [&] { openMenusAndDialogs(player, hands); },
+        [&] { useFullScreen(hands); },
+    };
+    for (const auto &step : steps) {
+        QVERIFY(hands.takeHold());
+        step();
+        if (QTest::currentTestFailed())
+            return;
+    }
 
     hands.click(PlayerHands::Stop);
     QTRY_VERIFY(player.engines().isEmpty());
@@ -207,7 +221,7 @@ void TestSession::closing()
     QVERIFY(player.waitForEnd());
     QCOMPARE(player.exitCode(), 0);
     QTRY_VERIFY(player.processes().isEmpty());
-    const int saved = savedSecond(player);
+    const int saved = storedPosition(player.historyFile());
     QVERIFY2(saved >= 28 && saved < 78, qPrintable(QString::number(saved)));
     QCOMPARE(player.setting("default_volum"), QStringLiteral("30"));
     const QStringList unexpected = warnings(player.log());

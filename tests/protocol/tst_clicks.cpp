@@ -214,22 +214,7 @@ void TestClicks::twoSlowClicks()
     QSKIP("this machine is too busy for two clicks 450 ms apart");
 }
 
-void TestClicks::edges_data()
-{
-    QTest::addColumn<QPoint>("point");
-    QTest::addColumn<bool>("inside");
-    QTest::newRow("left edge") << QPoint(0, 200) << false;
-    QTest::newRow("left") << QPoint(1, 200) << true;
-    QTest::newRow("top edge") << QPoint(200, 40) << false;
-    QTest::newRow("top") << QPoint(200, 41) << true;
-    QTest::newRow("right") << QPoint(728, 200) << true;
-    QTest::newRow("right edge") << QPoint(729, 200) << false;
-    QTest::newRow("bottom") << QPoint(200, 450) << true;
-    QTest::newRow("bottom edge") << QPoint(200, 451) << false;
-    QTest::newRow("corner") << QPoint(0, 40) << false;
-    QTest::newRow("inner corner") << QPoint(1, 41) << true;
-    QTest::newRow("title bar") << QPoint(200, 10) << false;
-}
+void TestClicks::edges_data() { addPlayAreaPoints(); }
 
 void TestClicks::edges()
 {

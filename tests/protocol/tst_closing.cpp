@@ -8,8 +8,6 @@
 
 #include <QCloseEvent>
 #include <QDropEvent>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QMimeData>
 #include <QSettings>
 #include <QtTest>
@@ -96,24 +94,12 @@ QString TestClosing::storedVolume() const
         .toString();
 }
 
-static int storedPosition()
-{
-    const QJsonDocument document = QJsonDocument::fromJson(readFile(defaultPlayPath));
-    return document.object()
-        .value("settings")
-        .toArray()
-        .at(0)
-        .toObject()
-        .value("last_time")
-        .toInt(-1);
-}
-
 void TestClosing::savesPositionAndVolume()
 {
     play();
     QVERIFY(window->close());
     QVERIFY(!window->isVisible());
-    QCOMPARE(storedPosition(), 40);
+    QCOMPARE(storedPosition(defaultPlayPath), 40);
     QCOMPARE(storedVolume(), QString("62"));
     QVERIFY(engine->waitForInput("quit\n"));
     QVERIFY(engine->runningEngines().isEmpty());
@@ -125,7 +111,7 @@ void TestClosing::keepsThePlaceWithoutResume()
     lastTimePlayFlag = false;
     play();
     QVERIFY(window->close());
-    QCOMPARE(storedPosition(), 7);
+    QCOMPARE(storedPosition(defaultPlayPath), 7);
 }
 
 // The stop rewrites the file, so emptying must come after it; the list in memory stays.
@@ -184,7 +170,7 @@ void TestClosing::closesWhilePaused()
     play();
     window->on_playBtn_clicked();
     QVERIFY(window->close());
-    QCOMPARE(storedPosition(), 40);
+    QCOMPARE(storedPosition(defaultPlayPath), 40);
     QVERIFY(engine->waitForNoEngine());
 }
 
@@ -203,7 +189,7 @@ void TestClosing::closesInFullScreen()
     window->on_fullScreenBtn_clicked();
     QTRY_VERIFY(window->isFullScreen());
     QVERIFY(window->close());
-    QCOMPARE(storedPosition(), 40);
+    QCOMPARE(storedPosition(defaultPlayPath), 40);
     QVERIFY(engine->waitForNoEngine());
 }
 
@@ -286,7 +272,7 @@ void TestClosing::duringAWarningNothingIsStarted()
     QCOMPARE(playinglist.process_mplayer->state(), QProcess::NotRunning);
     QVERIFY(!window->processTimer->isActive());
     QVERIFY(engine->starts().isEmpty());
-    QCOMPARE(storedPosition(), 7);
+    QCOMPARE(storedPosition(defaultPlayPath), 7);
 }
 
 QTEST_MAIN(TestClosing)

@@ -1,9 +1,6 @@
 // The list with every slot in use: what one more file does to rows, entries and file.
 #include "playerbench.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QtTest>
 
 class TestFullList : public QObject {
@@ -13,15 +10,6 @@ private slots:
     void newFileTakesTheOldestPlace();
     void knownFileChangesNothing();
 };
-
-static QStringList storedAddresses()
-{
-    QStringList addresses;
-    const QJsonDocument document = QJsonDocument::fromJson(readFile(defaultPlayPath));
-    for (const QJsonValue &entry : document.object().value("settings").toArray())
-        addresses << entry.toObject().value("addr").toString();
-    return addresses;
-}
 
 void TestFullList::newFileTakesTheOldestPlace()
 {
@@ -41,7 +29,7 @@ void TestFullList::newFileTakesTheOldestPlace()
     QCOMPARE(window.listWidget->currentRow(), 0);
     QCOMPARE(window.listWidget->item(1)->text(), QString("998.mp4"));
     QCOMPARE(window.listWidget->item(998)->text(), QString("1.mp4"));
-    const QStringList stored = storedAddresses();
+    const QStringList stored = storedAddresses(defaultPlayPath);
     QCOMPARE(stored.size(), kHistoryCapacity);
     QCOMPARE(stored.first(), QString("/f/1.mp4"));
     QCOMPARE(stored.last(), QString("/f/new.mp4"));

@@ -50,8 +50,6 @@ double timeToOpen(int entries)
     return best;
 }
 
-int storedEntries() { return readFile(defaultPlayPath).count("\"addr\""); }
-
 // What the player should hold, worked out without its array and its widgets.
 struct Model {
     QStringList entries; // oldest first
@@ -59,6 +57,7 @@ struct Model {
     int clickedRow = 0;
     bool loaded = false; // an engine was started and not stopped
     bool playing = false;
+    int nextNew = kHistoryCapacity; // number of the next file that was never opened
 
     void stop()
     {
@@ -195,7 +194,7 @@ void TestLongList::thousandthFile()
     QCOMPARE(playinglist.addrIndex, 998);
     QVERIFY(bench.engine.waitForStarts(1));
     QCOMPARE(bench.played(), QStringList("/f/new.mp4"));
-    QCOMPARE(storedEntries(), kHistoryCapacity);
+    QCOMPARE(storedEntries(defaultPlayPath).size(), kHistoryCapacity);
     addrNum = 0;
     QCOMPARE(readJsonConfig(defaultPlayPath), 0);
     QCOMPARE(addrNum, kHistoryCapacity);
@@ -230,7 +229,7 @@ void TestLongList::deletionInAFullList()
     QVERIFY(addrlist[998].addr.isEmpty());
     QCOMPARE(addrlist[998].state, 0);
     QCOMPARE(window.listWidget->item(0)->text(), QString("997.mp4"));
-    QCOMPARE(storedEntries(), 998);
+    QCOMPARE(storedEntries(defaultPlayPath).size(), 998);
     window.openAndDragFile("/f/new.mp4");
     QCOMPARE(window.listWidget->count(), kHistoryCapacity);
     QCOMPARE(window.listWidget->item(998)->text(), QString("0.mp4"));
@@ -242,6 +241,65 @@ void TestLongList::randomWork_data()
     QTest::addColumn<int>("rounds");
     QTest::newRow("short list") << 5 << (sanitized ? 2000 : 10000);
     QTest::newRow("full list") << kHistoryCapacity - 3 << (sanitized ? 60 : 200);
+}
+
+// One thing that a person does, to the window and to the model alike.
+static void doSomething(PlayerBench &bench, Model &model, QRandomGenerator &random, bool full)
+{
+    TestWindow &window = *bench.window;
+    const int choice = int(random.bounded(1000));
+    const int rows = model.entries.size();
+    const int row = rows > 0 ? int(random.bounded(rows)) : -1;
+    if (choice < 100) {
+        const QString address = PlayerBench::address(model.nextNew++);
+        window.openAndDragFile(address);
+        model.open(address);
+    } else if (choice < 130 && rows > 0) {
+        const QString address = model.entries.at(row);
+        window.openAndDragFile(address);
+        model.open(address);
+    } else if (choice < (full ? 180 : 230) && rows > 0) {
+        window.listWidget->setCurrentRow(row);
+        window.listWidget->deleteSelected();
+        model.remove(row);
+    } else if (choice < 560 && rows > 0) {
+        window.listWidget->setCurrentRow(row);
+        window.listWidget->getListName(window.listWidget->item(row));
+        model.clickedRow = row;
+    } else if (choice < 660) {
+        window.listWidget->playSelectedList(); // perhaps with a row that is gone
+        model.playClicked();
+    } else if (choice < 710) {
+        window.playSelected(row);
+        const int target = rows - 1 - row;
+        if (row >= 0 && model.index != target)
+            model.change(target);
+    } else if (choice < 830) {
+        window.on_stopBtn_clicked();
+        model.stop();
+    } else if (choice < 900) {
+        window.on_playBtn_clicked();
+        model.playOrPause();
+    } else if (choice < 995 || full) {
+        playMode = int(random.bounded(7)) - 1;
+        bench.poll(); // finds no engine
+        model.endOfFilm(playMode, playinglist.addrIndex);
+    } else {
+        window.processTimer->stop(); // the box turns the event loop
+        WhenModal yes([](QWidget *box) {
+            qobject_cast<QMessageBox *>(box)->button(QMessageBox::Yes)->click();
+        });
+        window.listWidget->emptyList();
+        model.clear();
+    }
+}
+
+// Whether an entry and its row are what the model has.
+static bool entryAgrees(const TestWindow &window, const Model &model, int entry)
+{
+    const QString row = window.listWidget->item(rowOfEntry(entry, addrNum))->text();
+    return addrlist[entry].addr == model.entries.at(entry) && addrlist[entry].label == row &&
+        row == getFileNameFromAddr(model.entries.at(entry));
 }
 
 // No engine starts, because its input can't be opened, which is found out before a process is made
@@ -261,55 +319,9 @@ void TestLongList::randomWork()
     for (int i = 0; i < entries; i++)
         model.entries << PlayerBench::address(i);
     model.index = entries - 1;
-    int fresh = entries;
-    const bool full = entries > 100;
 
     for (int round = 0; round < rounds; round++) {
-        const int choice = int(random.bounded(1000));
-        const int rows = model.entries.size();
-        const int row = rows > 0 ? int(random.bounded(rows)) : -1;
-        if (choice < 100) {
-            const QString address = PlayerBench::address(fresh++);
-            window.openAndDragFile(address);
-            model.open(address);
-        } else if (choice < 130 && rows > 0) {
-            const QString address = model.entries.at(row);
-            window.openAndDragFile(address);
-            model.open(address);
-        } else if (choice < (full ? 180 : 230) && rows > 0) {
-            window.listWidget->setCurrentRow(row);
-            window.listWidget->deleteSelected();
-            model.remove(row);
-        } else if (choice < 560 && rows > 0) {
-            window.listWidget->setCurrentRow(row);
-            window.listWidget->getListName(window.listWidget->item(row));
-            model.clickedRow = row;
-        } else if (choice < 660) {
-            window.listWidget->playSelectedList(); // perhaps with a row that is gone
-            model.playClicked();
-        } else if (choice < 710) {
-            window.playSelected(row);
-            const int target = rows - 1 - row;
-            if (row >= 0 && model.index != target)
-                model.change(target);
-        } else if (choice < 830) {
-            window.on_stopBtn_clicked();
-            model.stop();
-        } else if (choice < 900) {
-            window.on_playBtn_clicked();
-            model.playOrPause();
-        } else if (choice < 995 || full) {
-            playMode = int(random.bounded(7)) - 1;
-            bench.poll(); // finds no engine
-            model.endOfFilm(playMode, playinglist.addrIndex);
-        } else {
-            window.processTimer->stop(); // the box turns the event loop
-            WhenModal yes([](QWidget *box) {
-                qobject_cast<QMessageBox *>(box)->button(QMessageBox::Yes)->click();
-            });
-            window.listWidget->emptyList();
-            model.clear();
-        }
+        doSomething(bench, model, random, entries > 100);
 
         const QByteArray at = "round " + QByteArray::number(round);
         QVERIFY2(addrNum == model.entries.size(), at);
@@ -317,19 +329,12 @@ void TestLongList::randomWork()
         QVERIFY2(playinglist.addrIndex == model.index, at);
         QVERIFY2(playingState == model.playing, at);
         QVERIFY2((playinglist.state == 1) == model.loaded, at);
-        if (addrNum > 0) {
-            const int entry = int(random.bounded(addrNum));
-            QVERIFY2(addrlist[entry].addr == model.entries.at(entry), at);
-            QVERIFY2(window.listWidget->item(rowOfEntry(entry, addrNum))->text() ==
-                         getFileNameFromAddr(model.entries.at(entry)),
-                     at);
-        }
+        if (addrNum > 0)
+            QVERIFY2(entryAgrees(window, model, int(random.bounded(addrNum))), at);
         if (round % 500 == 499 || round == rounds - 1) {
-            for (int i = 0; i < addrNum; i++) {
-                QVERIFY2(addrlist[i].addr == model.entries.at(i), at);
-                QVERIFY2(window.listWidget->item(addrNum - 1 - i)->text() == addrlist[i].label, at);
-            }
-            QVERIFY2(storedEntries() == model.entries.size(), at);
+            for (int i = 0; i < addrNum; i++)
+                QVERIFY2(entryAgrees(window, model, i), at);
+            QVERIFY2(storedEntries(defaultPlayPath).size() == model.entries.size(), at);
             bench.log.clear();
         }
     }

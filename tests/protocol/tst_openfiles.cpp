@@ -44,7 +44,8 @@ const QByteArray TestOpenFiles::refusal = "{\n\n}\n";
 
 namespace {
 
-QStringList storedAddresses()
+// Empties the list and reads it back from the file.
+QStringList reloadedAddresses()
 {
     addrNum = 0;
     for (HistoryAddrList &entry : addrlist)
@@ -110,7 +111,7 @@ void TestOpenFiles::newFile()
     QVERIFY(playingState);
     QVERIFY(bench.engine.waitForStarts(1));
     QCOMPARE(bench.played(), QStringList("/films/a b.mp4"));
-    QCOMPARE(storedAddresses(), QStringList({"/f/0.mp4", "/f/1.mp4", "/films/a b.mp4"}));
+    QCOMPARE(reloadedAddresses(), QStringList({"/f/0.mp4", "/f/1.mp4", "/films/a b.mp4"}));
 }
 
 void TestOpenFiles::newFileWhilePlaying()
@@ -197,7 +198,7 @@ void TestOpenFiles::streams()
     QVERIFY(sameIcon(next.listWidget->item(0)->icon(), ":/image/icon/video1.png"));
     QVERIFY(sameIcon(next.listWidget->item(1)->icon(), ":/image/icon/net.png"));
     QVERIFY(sameIcon(next.listWidget->item(2)->icon(), ":/image/icon/net.png"));
-    QCOMPARE(storedAddresses(), QStringList({"rtsp://h/live", "rtmp://h/live", "http://h/live"}));
+    QCOMPARE(reloadedAddresses(), QStringList({"rtsp://h/live", "rtmp://h/live", "http://h/live"}));
 }
 
 void TestOpenFiles::openDialog()
@@ -407,7 +408,7 @@ void TestOpenFiles::dropOfFiftyFiles()
     QCOMPARE(bench.engine.runningEngines().size(), 1);
     QCOMPARE(window.m_titleBar->m_titleLabel->text(), rows.first());
     window.on_stopBtn_clicked();
-    QCOMPARE(storedAddresses(), addresses);
+    QCOMPARE(reloadedAddresses(), addresses);
 }
 
 void TestOpenFiles::dropOfMixedLocations()

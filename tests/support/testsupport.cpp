@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QtTest>
 
 #ifdef __SANITIZE_ADDRESS__
@@ -57,6 +59,25 @@ void writeFile(const QString &path, const QByteArray &content)
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
         file.write(content) != content.size())
         qFatal("cannot write %s", qPrintable(path));
+}
+
+QJsonArray storedEntries(const QString &historyFile)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(readFile(historyFile));
+    return document.object().value("settings").toArray();
+}
+
+QStringList storedAddresses(const QString &historyFile)
+{
+    QStringList addresses;
+    for (const QJsonValue &entry : storedEntries(historyFile))
+        addresses << entry.toObject().value("addr").toString();
+    return addresses;
+}
+
+int storedPosition(const QString &historyFile, int index)
+{
+    return storedEntries(historyFile).at(index).toObject().value("last_time").toInt(-1);
 }
 
 InstallRoot::InstallRoot()

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QMutex>
+#include <QJsonArray>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -13,6 +13,12 @@ void resetSharedState();
 QByteArray readFile(const QString &path);
 // Writes a file, making missing folders. Fails the test when it can't.
 void writeFile(const QString &path, const QByteArray &content);
+
+// What a history file holds, oldest first: its entries, their addresses, and the position at which
+// one of them was stopped, -1 when none is stored.
+QJsonArray storedEntries(const QString &historyFile);
+QStringList storedAddresses(const QString &historyFile);
+int storedPosition(const QString &historyFile, int index = 0);
 
 // A temporary install root. While it lives, startPath points to it; it starts with empty
 // files/bin and files/config folders and no settings file.

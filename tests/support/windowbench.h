@@ -100,6 +100,24 @@ public:
     QScopedPointer<TestWindow> window;
 };
 
+// Rows of points of the window, and whether they count as inside the play area: its edges don't.
+inline void addPlayAreaPoints()
+{
+    QTest::addColumn<QPoint>("point");
+    QTest::addColumn<bool>("inside");
+    QTest::newRow("left edge") << QPoint(0, 200) << false;
+    QTest::newRow("left") << QPoint(1, 200) << true;
+    QTest::newRow("top edge") << QPoint(200, 40) << false;
+    QTest::newRow("top") << QPoint(200, 41) << true;
+    QTest::newRow("right") << QPoint(728, 200) << true;
+    QTest::newRow("right edge") << QPoint(729, 200) << false;
+    QTest::newRow("bottom") << QPoint(200, 450) << true;
+    QTest::newRow("bottom edge") << QPoint(200, 451) << false;
+    QTest::newRow("corner") << QPoint(0, 40) << false;
+    QTest::newRow("inner corner") << QPoint(1, 41) << true;
+    QTest::newRow("title bar") << QPoint(200, 10) << false;
+}
+
 // Real input, while the event loop runs: what is done to the window is seen by it at its own time.
 inline bool xdotool(const QStringList &arguments)
 {

@@ -13,6 +13,13 @@
 
 using Bar = FullScreenVideoControl;
 
+// The bar with its handlers within reach of tests.
+class OpenBar : public FullScreenVideoControl {
+public:
+    using FullScreenVideoControl::contextMenuEvent;
+    using FullScreenVideoControl::focusOutEvent;
+};
+
 inline const QSize screenSize(1280, 800);
 
 inline constexpr char playIcon[] = ":/image/controlicon/play.png";
@@ -114,27 +121,3 @@ inline bool showsIcon(const QAbstractButton *button, const QString &path)
     const QImage expected = QIcon(path).pixmap(64, 64).toImage();
     return !expected.isNull() && button->icon().pixmap(64, 64).toImage() == expected;
 }
-
-// Calls inspect with the menu as soon as one stands open, then closes it.
-class MenuInspector {
-public:
-    explicit MenuInspector(std::function<void(QMenu *)> inspect)
-    {
-        QObject::connect(&poll, &QTimer::timeout, [this, inspect] {
-            auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-            if (!menu)
-                return;
-            poll.stop();
-            called = true;
-            inspect(menu);
-            if (QWidget *open = QApplication::activePopupWidget())
-                open->close();
-        });
-        poll.start(5);
-    }
-
-    bool called = false;
-
-private:
-    QTimer poll;
-};

@@ -28,6 +28,29 @@ bool isAbove(const QWidget *upper, const QWidget *lower)
     const int low = ids.indexOf(lower->internalWinId());
     return low >= 0 && ids.indexOf(upper->internalWinId()) > low;
 }
+
+// A window like the pinned main window, which dialogs are to open above.
+struct PinnedHost : QWidget {
+    explicit PinnedHost(const QRect &place)
+    {
+        setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+        setGeometry(place);
+        show();
+        setDialogOwner(this);
+    }
+};
+
+// Runs a dialog that belongs to no window, and accepts it.
+void runWithoutOwner()
+{
+    QDialog dialog;
+    WhenModal open([&](QWidget *) {
+        QVERIFY(!dialog.windowHandle()->transientParent());
+        dialog.accept();
+    });
+    QCOMPARE(execAboveMainWindow(dialog), int(QDialog::Accepted));
+    QVERIFY(open.happened());
+}
 } // namespace
 
 class TestDialogs : public QObject {
@@ -98,12 +121,8 @@ void TestDialogs::escapeAnswersNo()
 
 void TestDialogs::dialogOpensAboveThePinnedWindow()
 {
-    QWidget host;
-    host.setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    host.setGeometry(200, 100, 900, 600);
-    host.show();
+    PinnedHost host(QRect(200, 100, 900, 600));
     QVERIFY(QTest::qWaitForWindowExposed(&host));
-    setDialogOwner(&host);
 
     QDialog dialog;
     dialog.resize(300, 200);
@@ -122,12 +141,8 @@ void TestDialogs::dialogOpensAboveThePinnedWindow()
 
 void TestDialogs::noticeOpensAboveThePinnedWindow()
 {
-    QWidget host;
-    host.setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    host.setGeometry(0, 0, 1280, 800);
-    host.show();
+    PinnedHost host(QRect(0, 0, 1280, 800));
     QVERIFY(QTest::qWaitForWindowExposed(&host));
-    setDialogOwner(&host);
 
     WhenModal open([&](QWidget *box) {
         QTRY_VERIFY(isAbove(box, &host));
@@ -150,13 +165,7 @@ void TestDialogs::ownerWithoutHandle()
     QWidget host; // never shown
     setDialogOwner(&host);
     QVERIFY(!host.windowHandle());
-    QDialog dialog;
-    WhenModal open([&](QWidget *) {
-        QVERIFY(!dialog.windowHandle()->transientParent());
-        dialog.reject();
-    });
-    QCOMPARE(execAboveMainWindow(dialog), int(QDialog::Rejected));
-    QVERIFY(open.happened());
+    runWithoutOwner();
 }
 
 void TestDialogs::ownerThatIsGone()
@@ -165,13 +174,7 @@ void TestDialogs::ownerThatIsGone()
     host->winId();
     setDialogOwner(host);
     delete host;
-    QDialog dialog;
-    WhenModal open([&](QWidget *) {
-        QVERIFY(!dialog.windowHandle()->transientParent());
-        dialog.accept();
-    });
-    QCOMPARE(execAboveMainWindow(dialog), int(QDialog::Accepted));
-    QVERIFY(open.happened());
+    runWithoutOwner();
 }
 
 void TestDialogs::noOwner()
@@ -180,13 +183,7 @@ void TestDialogs::noOwner()
     host.winId();
     setDialogOwner(&host);
     setDialogOwner(nullptr);
-    QDialog dialog;
-    WhenModal open([&](QWidget *) {
-        QVERIFY(!dialog.windowHandle()->transientParent());
-        dialog.accept();
-    });
-    QCOMPARE(execAboveMainWindow(dialog), int(QDialog::Accepted));
-    QVERIFY(open.happened());
+    runWithoutOwner();
 }
 
 QTEST_MAIN(TestDialogs)

@@ -3,15 +3,9 @@
 
 #include "common.h"
 #include "testsupport.h"
+#include "whenopen.h"
 
 namespace {
-
-// The bar with its handlers within reach of the test.
-class OpenBar : public FullScreenVideoControl {
-public:
-    using FullScreenVideoControl::contextMenuEvent;
-    using FullScreenVideoControl::focusOutEvent;
-};
 
 // Counts the moves of the pointer over a widget, taken or not.
 class MoveCounter : public QObject {
@@ -179,7 +173,10 @@ void TestFullScreenVideoControlInput::rightPressOpensMenuOnly()
     showAsHost(bar);
     Emissions emissions(&bar);
     QString title;
-    MenuInspector inspector([&title](QMenu *menu) { title = menu->title(); });
+    WhenPopup open([&title](QWidget *menu) {
+        title = qobject_cast<QMenu *>(menu)->title();
+        menu->close();
+    });
     QTest::mouseClick(bar.windowHandle(), Qt::RightButton, Qt::NoModifier, QPoint(640, 300));
     QTRY_COMPARE(title, QString("rBtnContexMenu"));
     QVERIFY(!bar.mouseClickedTimer->isActive());

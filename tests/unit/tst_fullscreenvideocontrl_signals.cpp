@@ -221,14 +221,35 @@ void TestFullScreenVideoControlSignals::sliderPressEmitsNothing()
 
 // Seeking
 
-void TestFullScreenVideoControlSignals::seekWritesEveryMove()
-{
+// An engine that only writes down what it is sent.
+class CommandFile {
+public:
+    CommandFile()
+    {
+        engine.start("sh", {"-c", "exec cat >\"$0\"", path});
+        playinglist.process_mplayer = &engine;
+    }
+    ~CommandFile() { playinglist.process_mplayer = nullptr; }
+
+    bool isReady() { return engine.waitForStarted(); }
+    QByteArray commands() const { return readFile(path); }
+    // Ends it first, so that nothing can follow; "unfinished" when it does not end.
+    QByteArray allCommands()
+    {
+        engine.closeWriteChannel();
+        return engine.waitForFinished() ? commands() : "unfinished";
+    }
+
+private:
     QTemporaryDir folder;
     const QString path = folder.filePath("commands");
     EngineProcess engine;
-    engine.start("sh", {"-c", "exec cat >\"$0\"", path});
-    QVERIFY(engine.waitForStarted());
-    playinglist.process_mplayer = &engine;
+};
+
+void TestFullScreenVideoControlSignals::seekWritesEveryMove()
+{
+    CommandFile engine;
+    QVERIFY(engine.isReady());
 
     const LogCapture log;
     Bar bar;
@@ -243,7 +264,7 @@ void TestFullScreenVideoControlSignals::seekWritesEveryMove()
 
     const QByteArray expected =
         "seek 1 2\nseek 2 2\nseek 77 2\nseek 3600 2\nseek 4000 2\nseek -1 2\n";
-    QTRY_COMPARE(readFile(path), expected);
+    QTRY_COMPARE(engine.commands(), expected);
     QVERIFY(log.contains("process slider moved  77"));
     QCOMPARE(log.lines().filter("process slider moved ").size(), 6);
     // The value changes with each move, too.
@@ -254,19 +275,13 @@ void TestFullScreenVideoControlSignals::seekWritesEveryMove()
     // A change by the program writes nothing.
     bar.processSlider->setValue(10);
     QCOMPARE(emissions.take(), QStringList{"processSliderSignal(10)"});
-    engine.closeWriteChannel();
-    QVERIFY(engine.waitForFinished());
-    QCOMPARE(readFile(path), expected);
+    QCOMPARE(engine.allCommands(), expected);
 }
 
 void TestFullScreenVideoControlSignals::seekByRealDrag()
 {
-    QTemporaryDir folder;
-    const QString path = folder.filePath("commands");
-    EngineProcess engine;
-    engine.start("sh", {"-c", "exec cat >\"$0\"", path});
-    QVERIFY(engine.waitForStarted());
-    playinglist.process_mplayer = &engine;
+    CommandFile engine;
+    QVERIFY(engine.isReady());
 
     Bar bar;
     showAsHost(bar);
@@ -294,9 +309,7 @@ void TestFullScreenVideoControlSignals::seekByRealDrag()
     for (const QList<QVariant> &arguments : moved)
         expected += "seek " + QByteArray::number(arguments.first().toInt()) + " 2\n";
     QVERIFY(moved.at(0).first().toInt() < moved.at(2).first().toInt());
-    engine.closeWriteChannel();
-    QVERIFY(engine.waitForFinished());
-    QCOMPARE(readFile(path), expected);
+    QCOMPARE(engine.allCommands(), expected);
 }
 
 void TestFullScreenVideoControlSignals::seekWithoutEngine()

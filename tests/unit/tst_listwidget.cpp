@@ -8,8 +8,6 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -96,15 +94,6 @@ void TestListWidget::answer(QMessageBox::StandardButton button)
         box->button(button)->click();
     });
     watch->start(10);
-}
-
-static QStringList storedAddresses()
-{
-    QStringList addresses;
-    const QJsonDocument document = QJsonDocument::fromJson(readFile(defaultPlayPath));
-    for (const QJsonValue &entry : document.object().value("settings").toArray())
-        addresses << entry.toObject().value("addr").toString();
-    return addresses;
 }
 
 void TestListWidget::construction()
@@ -284,7 +273,7 @@ void TestListWidget::deleteThePlayingRow()
     QCOMPARE(stopped.count(), 1);
     QCOMPARE(playinglist.addrIndex, 1);
     QCOMPARE(addrNum, 2);
-    QCOMPARE(storedAddresses(), QStringList({"/f/0.mp4", "/f/2.mp4"}));
+    QCOMPARE(storedAddresses(defaultPlayPath), QStringList({"/f/0.mp4", "/f/2.mp4"}));
     QVERIFY(log.contains("delete item message 2"));
 }
 
@@ -325,7 +314,7 @@ void TestListWidget::deleteRows()
     QCOMPARE(stopped.count(), stops ? 1 : 0);
     QCOMPARE(playinglist.addrIndex, playingAfter);
     QCOMPARE(addrNum, 3);
-    QCOMPARE(storedAddresses(), left);
+    QCOMPARE(storedAddresses(defaultPlayPath), left);
     for (int i = 0; i < 3; i++) {
         QCOMPARE(addrlist[i].addr, left.at(i));
         QCOMPARE(list.item(rowOfEntry(i, addrNum))->text(), addrlist[i].label);
@@ -346,7 +335,7 @@ void TestListWidget::deleteWithAFullArray()
     list.setCurrentRow(500);
     list.deleteSelected();
     QCOMPARE(addrNum, kHistoryCapacity - 2);
-    QCOMPARE(storedAddresses().size(), kHistoryCapacity - 2);
+    QCOMPARE(storedAddresses(defaultPlayPath).size(), kHistoryCapacity - 2);
 }
 
 void TestListWidget::deletedItemIsForgotten()

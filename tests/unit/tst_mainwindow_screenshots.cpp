@@ -59,13 +59,9 @@ void TestMainWindowScreenshots::defaultFolderIsMade()
     QFETCH(int, mode);
     QVERIFY(QDir().mkpath(root->path() + before));
     decodeFlag = mode;
-    bool boxOpened = false;
-    WhenModal box([&](QWidget *widget) {
-        boxOpened = true;
-        widget->close();
-    });
+    WhenModal box([](QWidget *widget) { widget->close(); });
     TestWindow window(nullptr);
-    QVERIFY(!boxOpened);
+    QVERIFY(!box.happened());
     QCOMPARE(screenShotPath, root->path() + "/Pictures/TNPlayer_ScreenShot/");
     QVERIFY(QFileInfo(screenShotPath).isDir());
     QVERIFY(!QFile::exists(root->configFile())); // not a setting of the user's
@@ -92,13 +88,9 @@ void TestMainWindowScreenshots::folderThatCannotBeMade()
 void TestMainWindowScreenshots::chosenFolderIsLeftAlone()
 {
     screenShotPath = root->path() + "/none/";
-    bool boxOpened = false;
-    WhenModal box([&](QWidget *widget) {
-        boxOpened = true;
-        widget->close();
-    });
+    WhenModal box([](QWidget *widget) { widget->close(); });
     TestWindow window(nullptr);
-    QVERIFY(!boxOpened);
+    QVERIFY(!box.happened());
     QCOMPARE(screenShotPath, root->path() + "/none/");
     QVERIFY(!QFile::exists(screenShotPath));
     QVERIFY(!QFile::exists(root->path() + "/Pictures"));

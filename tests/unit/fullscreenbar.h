@@ -102,6 +102,14 @@ inline void showAsHost(Bar &bar)
     QVERIFY(QTest::qWaitForWindowExposed(&bar));
 }
 
+// A mouse movement without a button held, straight to the bar.
+inline void moveMouse(Bar &bar, const QPoint &position)
+{
+    QMouseEvent event(QEvent::MouseMove, position, bar.mapToGlobal(position), Qt::NoButton,
+                      Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(&bar, &event);
+}
+
 inline void showSpeedWindow(Bar &bar)
 {
     bar.sw->state = 1;

@@ -1,32 +1,17 @@
 #include "dialogs.h"
+#include "screen.h"
 #include "testsupport.h"
 #include "whenopen.h"
 
 #include <QAbstractButton>
-#include <QProcess>
 #include <QPushButton>
 #include <QWindow>
 #include <QtTest>
 
 namespace {
-// The ids of all managed windows, lowest first.
-QList<WId> stacking()
-{
-    QProcess xprop;
-    xprop.start("xprop", {"-root", "_NET_CLIENT_LIST_STACKING"});
-    xprop.waitForFinished();
-    const QString output = QString::fromLatin1(xprop.readAllStandardOutput());
-    QList<WId> ids;
-    for (const QString &word : output.section('#', 1).split(',', Qt::SkipEmptyParts))
-        ids << word.trimmed().toULongLong(nullptr, 16);
-    return ids;
-}
-
 bool isAbove(const QWidget *upper, const QWidget *lower)
 {
-    const QList<WId> ids = stacking();
-    const int low = ids.indexOf(lower->internalWinId());
-    return low >= 0 && ids.indexOf(upper->internalWinId()) > low;
+    return Screen::isAbove(upper->internalWinId(), lower->internalWinId());
 }
 
 // A window like the pinned main window, which dialogs are to open above.

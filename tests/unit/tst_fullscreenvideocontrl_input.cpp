@@ -28,14 +28,6 @@ private:
     const QWidget *watched;
 };
 
-// A mouse movement without a button held, straight to the bar.
-void moveMouse(Bar &bar, const QPoint &position)
-{
-    QMouseEvent event(QEvent::MouseMove, position, bar.mapToGlobal(position), Qt::NoButton,
-                      Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(&bar, &event);
-}
-
 } // namespace
 
 class TestFullScreenVideoControlInput : public QObject {

@@ -8,14 +8,6 @@
 
 namespace {
 
-// A mouse movement without a button held, straight to the bar.
-void moveMouse(Bar &bar, const QPoint &position)
-{
-    QMouseEvent event(QEvent::MouseMove, position, bar.mapToGlobal(position), Qt::NoButton,
-                      Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(&bar, &event);
-}
-
 // Opens the bar's menu and calls inspect while it stands open.
 void openMenu(OpenBar *bar, const std::function<void(QMenu *)> &inspect)
 {

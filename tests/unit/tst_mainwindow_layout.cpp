@@ -44,8 +44,6 @@ private:
     QScopedPointer<InstallRoot> root;
 };
 
-static QRect geometryOf(const QWidget *widget) { return QRect(widget->pos(), widget->size()); }
-
 void TestMainWindowLayout::initTestCase()
 {
     QVERIFY2(QGuiApplication::platformName() == "xcb", "these tests need a real X server");
@@ -103,9 +101,9 @@ void TestMainWindowLayout::firstGeometry()
 {
     TestWindow window(nullptr);
     show(window);
-    QCOMPARE(geometryOf(window.ui->playWidget), QRect(0, 40, 729, 411));
-    QCOMPARE(geometryOf(window.listWidget), QRect(729, 40, 211, 411));
-    QCOMPARE(geometryOf(window.ui->processSlider), QRect(0, 469, 734, 20));
+    QCOMPARE(window.ui->playWidget->geometry(), QRect(0, 40, 729, 411));
+    QCOMPARE(window.listWidget->geometry(), QRect(729, 40, 211, 411));
+    QCOMPARE(window.ui->processSlider->geometry(), QRect(0, 469, 734, 20));
     const struct {
         QWidget *widget;
         int x;
@@ -175,9 +173,9 @@ void TestMainWindowLayout::geometry()
     QTRY_COMPARE(window.pos(), QPoint(0, 0));
     resizeTo(window, 960, 580);
     resizeTo(window, size.width(), size.height());
-    QCOMPARE(geometryOf(window.ui->playWidget), playArea);
-    QCOMPARE(geometryOf(window.listWidget), list);
-    QCOMPARE(geometryOf(window.ui->processSlider), slider);
+    QCOMPARE(window.ui->playWidget->geometry(), playArea);
+    QCOMPARE(window.listWidget->geometry(), list);
+    QCOMPARE(window.ui->processSlider->geometry(), slider);
     QCOMPARE(window.ui->playBtn->pos(), QPoint(playX, rowY));
     QCOMPARE(window.ui->hideListBtn->pos(), QPoint(hideListX, rowY));
     QCOMPARE(window.ui->volumSlider->pos(), QPoint(playX + 2 * 81 + 41, rowY + 5));
@@ -211,7 +209,7 @@ void TestMainWindowLayout::geometryWithHiddenList()
     window.on_hideListBtn_clicked();
     resizeTo(window, 960, 580);
     resizeTo(window, size.width(), size.height());
-    QCOMPARE(geometryOf(window.ui->playWidget), playArea);
+    QCOMPARE(window.ui->playWidget->geometry(), playArea);
     QCOMPARE(window.listWidget->pos(), listCorner);
     QVERIFY(window.listWidget->isHidden());
     QCOMPARE(window.ui->processSlider->width(), size.width() - 211);
@@ -247,7 +245,7 @@ void TestMainWindowLayout::tinyWindow()
     }
     window.on_hideListBtn_clicked();
     resizeTo(window, 945, 564);
-    QCOMPARE(geometryOf(window.ui->playWidget), QRect(0, 40, 729, 412));
+    QCOMPARE(window.ui->playWidget->geometry(), QRect(0, 40, 729, 412));
     QVERIFY2(log.lines().filter("QWidget::").isEmpty(), qPrintable(log.lines().join('\n')));
 }
 
@@ -255,11 +253,11 @@ void TestMainWindowLayout::resizeInFullScreenChangesNothing()
 {
     TestWindow window(nullptr);
     show(window);
-    const QRect area = geometryOf(window.ui->playWidget);
+    const QRect area = window.ui->playWidget->geometry();
     const QPoint button = window.ui->playBtn->pos();
     fullScreenFlag = true;
     resizeTo(window, 1100, 650);
-    QCOMPARE(geometryOf(window.ui->playWidget), area);
+    QCOMPARE(window.ui->playWidget->geometry(), area);
     QCOMPARE(window.ui->playBtn->pos(), button);
     fullScreenFlag = false;
 }

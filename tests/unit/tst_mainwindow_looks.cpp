@@ -36,8 +36,6 @@ private:
     QScopedPointer<InstallRoot> root;
 };
 
-static QRect geometryOf(const QWidget *widget) { return QRect(widget->pos(), widget->size()); }
-
 void TestMainWindowLooks::init()
 {
     resetSharedState();
@@ -102,7 +100,7 @@ void TestMainWindowLooks::formHoldsAllWidgets()
     QVERIFY(widget);
     QCOMPARE(widget->parentWidget(), window.centralWidget());
     QCOMPARE(QString(widget->metaObject()->className()), type);
-    QCOMPARE(geometryOf(widget), rect);
+    QCOMPARE(widget->geometry(), rect);
     QCOMPARE(widget->property("text").toString(), text);
     if (type == "QSlider")
         QCOMPARE(widget->property("orientation").toInt(), int(Qt::Horizontal));

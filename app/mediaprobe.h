@@ -11,8 +11,8 @@ constexpr int kProbeBufferSize = 9999; // bytes, the last one is always the term
 // string for a name that can't be handed to a shell (one with a NUL).
 QString probeCommand(const QString &file);
 
-// Runs command in a shell and returns at most 9,998 bytes of its output. A command that can't be
-// started gives empty output.
+// Runs command in a shell and returns at most 9,998 bytes of its output; media whose description is
+// longer are refused by that, intended. A command that can't be started gives empty output.
 QByteArray readCommandOutput(const QByteArray &command);
 
 // Copies the lines of in that belong to pretty-printed JSON to out, each with a line feed. Both

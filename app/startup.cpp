@@ -12,6 +12,7 @@ void storeCommandLineLocations(int argc, char *argv[])
         location.clear();
     if (argc > kCommandLineSlots)
         argc = kCommandLineSlots;
+    // What is no URL becomes an empty text, which ends the list: intended.
     for (int i = 1; i < argc; ++i) {
         // Never released: intended, bounded by the number of slots.
         const QUrl *url = new QUrl(QString::fromLocal8Bit(argv[i]), QUrl::TolerantMode);

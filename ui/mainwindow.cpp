@@ -80,6 +80,8 @@ void MainWindow::setUpWindow()
     setFocusPolicy(Qt::NoFocus);
 }
 
+// The film's name goes to this bar. The window's own title, which the task bar shows, stays the
+// form's: intended.
 void MainWindow::setUpTitleBar()
 {
     m_titleBar = new TitleBar(this);
@@ -237,7 +239,8 @@ void MainWindow::setUpInput()
     installEventFilter(this);
 }
 
-// Buttons of the form are bound by object name and must not be connected here.
+// Buttons of the form are bound by object name and must not be connected here. A click beside the
+// handle of the progress slider is connected to nothing, so that it does not seek: intended.
 void MainWindow::connectAll()
 {
     connect(playinglist.process_mplayer, SIGNAL(readyReadStandardOutput()), this,

@@ -71,6 +71,8 @@ void MainWindow::recvVolumSignal(int volume)
 
 void MainWindow::on_speedSetBtn_clicked() { sw->toggleAtCursor(currentSpeed); }
 
+// With nothing playing only the button changes, and stays so at the next start; a paused engine
+// plays on: both intended.
 void MainWindow::recvChangeSpeed(int percent)
 {
     const struct {
@@ -227,6 +229,8 @@ void MainWindow::subPosUp()
 // Sent whether or not something plays, unlike subPosUp: intended.
 void MainWindow::subPosDown() { writeToEngine(enginecommands::subPosDown); }
 
+// curDecodeFlag follows only where something plays: after a change while stopped or paused the next
+// confirmation restarts what plays then, changed or not. Intended.
 void MainWindow::recvSetDecodeSignal()
 {
     setDefaultConfig(QString::number(decodeFlag), SettingDecodeFlag);

@@ -91,6 +91,8 @@ void MainWindow::recvPlayBtnClicked() { on_playBtn_clicked(); }
 
 void MainWindow::on_unPlayedBtn_clicked() { on_playBtn_clicked(); }
 
+// The volume, the delays and the subtitles in force are not told to the new engine, and what shows
+// them stays as it is: intended.
 void MainWindow::startPlaying()
 {
     // The index is stale after the last entry was played through or an entry was deleted.
@@ -193,6 +195,7 @@ void MainWindow::showPosition(int seconds)
     fsvc->processSlider->setValue(seconds);
 }
 
+// Also sent while paused: then the engine plays on, though the player counts as paused. Intended.
 void MainWindow::on_backwardBtn_clicked()
 {
     writeToEngine(enginecommands::seekBackward);
@@ -200,6 +203,7 @@ void MainWindow::on_backwardBtn_clicked()
         ui->playBtn->setIcon(controlIcon("pause"));
 }
 
+// Likewise.
 void MainWindow::on_forwardBtn_clicked()
 {
     writeToEngine(enginecommands::seekForward);

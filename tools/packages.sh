@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034 # the lists are used by the scripts that source this file
-# Every Debian package that the two commands may install, in one place.
+# Every Debian package that the commands of these sources may install, in one place.
 # "a|b" means: any of these will do; "a" is installed when none of them is there.
 
 # Compiler, build tools and Qt.
@@ -40,6 +40,12 @@ test_packages=(
 # What tests/mutate is written in; nothing else needs it.
 mutation_packages=(
     python3
+)
+
+# What bench/run adds: a private install root, and the screen's pixels.
+bench_packages=(
+    bubblewrap
+    libxcb1-dev
 )
 
 # What the tests of the Debian package add; only installed when these tests are asked for by name.

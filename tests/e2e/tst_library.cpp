@@ -71,6 +71,29 @@ void seekAndStop(InstalledPlayer &player, const PlayerHands &hands, int *stopped
     QVERIFY2(*stopped >= 44 && *stopped < 60, qPrintable(QString::number(*stopped)));
 }
 
+// The next evening: nothing plays by itself; what is in the list goes on 5 s before its end.
+void goOnTheNextEvening(InstalledPlayer &player, PlayerHands &hands, int left)
+{
+    QVERIFY(player.start());
+    QVERIFY(hands.takeHold());
+    QVERIFY(hands.waitForPicture(Qt::black));
+    QVERIFY(player.engines().isEmpty());
+    QElapsedTimer clock;
+    clock.start();
+    hands.click(PlayerHands::FirstRow + QPoint(0, 24), 1, 2);
+    QVERIFY(hands.waitForPicture(left - 5 < 40 ? lime : QColor(Qt::blue)));
+    QTRY_VERIFY(hands.pictureMoves());
+    // Once more than the polling interval, so that the position is known.
+    QTest::qWait(1200);
+    player.close();
+    const int later = left - 5 + int(clock.elapsed() / 1000) + 1;
+    QVERIFY(player.waitForEnd());
+    QCOMPARE(player.exitCode(), 0);
+    const int found = storedPosition(player.historyFile());
+    QVERIFY2(found >= left - 6 && found <= later,
+             qPrintable(QStringLiteral("%1 after %2, at most %3").arg(found).arg(left).arg(later)));
+}
+
 } // namespace
 
 void TestLibrary::anEvening()
@@ -112,25 +135,7 @@ void TestLibrary::anEvening()
     QVERIFY2(left >= stopped - 6 && left < 60, qPrintable(QString::number(left)));
     QCOMPARE(storedEntries(player.historyFile()).size(), 2);
 
-    // The next evening: nothing plays by itself; what is in the list goes on 5 s before its end.
-    QVERIFY(player.start());
-    QVERIFY(hands.takeHold());
-    QVERIFY(hands.waitForPicture(Qt::black));
-    QVERIFY(player.engines().isEmpty());
-    QElapsedTimer clock;
-    clock.start();
-    hands.click(PlayerHands::FirstRow + QPoint(0, 24), 1, 2);
-    QVERIFY(hands.waitForPicture(left - 5 < 40 ? lime : QColor(Qt::blue)));
-    QTRY_VERIFY(hands.pictureMoves());
-    // Once more than the polling interval, so that the position is known.
-    QTest::qWait(1200);
-    player.close();
-    const int later = left - 5 + int(clock.elapsed() / 1000) + 1;
-    QVERIFY(player.waitForEnd());
-    QCOMPARE(player.exitCode(), 0);
-    const int found = storedPosition(player.historyFile());
-    QVERIFY2(found >= left - 6 && found <= later,
-             qPrintable(QStringLiteral("%1 after %2, at most %3").arg(found).arg(left).arg(later)));
+    goOnTheNextEvening(player, hands, left);
     QCOMPARE(player.setting("default_volum"), QStringLiteral("34"));
     QCOMPARE(player.setting("default_last_time"), QStringLiteral("1"));
 }

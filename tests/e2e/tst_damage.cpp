@@ -1,19 +1,19 @@
-// The installed player starts, plays and closes with a damaged history or settings file, keeps what
-// can be kept, and leaves nothing running however it ends.
+// The installed player starts, plays and closes with a damaged history or settings file, and keeps
+// what can be kept.
 #include "common.h"
 #include "historysupport.h"
 #include "installedplayer.h"
-#include "processes.h"
+#include "longform.h"
+#include "smalldisk.h"
 #include "testsupport.h"
 #include "toolbench.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTest>
-
-#include <csignal>
 
 class TestDamage : public QObject {
     Q_OBJECT
@@ -23,17 +23,15 @@ private slots:
     void history();
     void settings_data();
     void settings();
-    void nothingIsLeft_data();
-    void nothingIsLeft();
-    void displayGone();
-    void endsWhileProbing_data();
-    void endsWhileProbing();
+    void cutAtEveryByte_data();
+    void cutAtEveryByte();
+    void fullDisk_data();
+    void fullDisk();
 };
 
 namespace {
 
 const char config[] = "[DEFAULT]\nfirst_start=0\ndefault_volum=30\ndefault_last_time=1\n";
-constexpr int leftoverLimit = 1000; // ms
 
 QByteArray noise(int size)
 {
@@ -62,6 +60,7 @@ struct Damage {
 
 const Damage damages[] = {
     {"50 MB of noise", [] { return noise(50 << 20); }, 1},
+    {"random bytes", [] { return noise(4096); }, 1},
     {"50 MB in one name", [] { return withText("label", '"' + QByteArray(50 << 20, 'x') + '"'); },
      4},
     {"10,000 entries", [] { return entriesText(10000); }, kHistoryCapacity},
@@ -89,6 +88,40 @@ void playAndClose(InstalledPlayer &player)
     QVERIFY(player.engines().isEmpty());
 }
 
+const QStringList replacements{"folder",     "link",          "link to nothing",
+                               "unreadable", "locked folder", "read-only root"};
+
+// Puts something else in the place of a file that would hold these bytes.
+bool replaceFile(InstalledPlayer &player, const QString &path, const QString &kind,
+                 const QByteArray &bytes)
+{
+    const QString real = "real." + QFileInfo(path).suffix();
+    QFile::remove(path);
+    if (kind == "folder")
+        return QDir().mkpath(path + "/inside");
+    if (kind.startsWith("link")) {
+        if (kind == "link")
+            writeFile(player.root() + '/' + real, bytes);
+        return QFile::link("../../" + real, path);
+    }
+    writeFile(path, bytes);
+    if (kind == "unreadable")
+        return QFile::setPermissions(path, QFile::Permissions());
+    if (kind == "locked folder")
+        return QFile::setPermissions(QFileInfo(path).path(), QFile::ReadOwner | QFile::ExeOwner);
+    player.setRoot(InstalledPlayer::Root::ReadOnly);
+    return true;
+}
+
+// So that the test can look and clean up.
+void unlock(const QString &path)
+{
+    const auto readAndWrite = QFile::ReadOwner | QFile::WriteOwner;
+    QFile::setPermissions(QFileInfo(path).path(), readAndWrite | QFile::ExeOwner);
+    if (QFileInfo(path).isFile())
+        QFile::setPermissions(path, readAndWrite);
+}
+
 } // namespace
 
 void TestDamage::history_data()
@@ -96,8 +129,8 @@ void TestDamage::history_data()
     QTest::addColumn<QString>("kind");
     for (const Damage &damage : damages)
         QTest::newRow(damage.name) << QString(damage.name);
-    for (const char *kind : {"folder", "link", "link to nothing", "unreadable", "read-only root"})
-        QTest::newRow(kind) << QString(kind);
+    for (const QString &kind : replacements)
+        QTest::newRow(qPrintable(kind)) << kind;
 }
 
 void TestDamage::history()
@@ -109,36 +142,23 @@ void TestDamage::history()
     player.standIn();
     const QString path = player.historyFile();
     const QByteArray before = entriesText(3);
-    int entries = 4;
+    int entries = kind == "link to nothing" ? 1 : 4;
+    if (replacements.contains(kind))
+        QVERIFY(replaceFile(player, path, kind, before));
     for (const Damage &damage : damages) {
         if (kind == damage.name) {
             player.setHistory(damage.content());
             entries = damage.entries;
         }
     }
-    if (kind == "folder") {
-        QVERIFY(QDir().mkpath(path + "/inside"));
-    } else if (kind == "link") {
-        writeFile(player.root() + "/real.json", before);
-        QVERIFY(QFile::link("../../real.json", path));
-    } else if (kind == "link to nothing") {
-        QVERIFY(QFile::link("../../real.json", path));
-        entries = 1;
-    } else if (kind == "unreadable" || kind == "read-only root") {
-        player.setHistory(before);
-        if (kind == "unreadable")
-            QVERIFY(QFile::setPermissions(path, QFile::Permissions()));
-        else
-            player.setRoot(InstalledPlayer::Root::ReadOnly);
-    }
 
     playAndClose(player);
+    unlock(path);
     if (QTest::currentTestFailed())
         return;
     if (kind == "folder") {
         QVERIFY(QFileInfo::exists(path + "/inside"));
     } else if (kind == "unreadable" || kind == "read-only root") {
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
         QCOMPARE(readFile(path), before);
     } else {
         const QJsonArray stored = storedEntries(path);
@@ -148,142 +168,187 @@ void TestDamage::history()
     }
 }
 
+namespace {
+
+QByteArray withNumbers(const QByteArray &value)
+{
+    return "[DEFAULT]\nfirst_start=0\ndecode_flag=" + value + "\ndefault_volum=" + value +
+        "\nplay_mode=" + value + "\nempty_list_exit=0\n";
+}
+
+struct SettingsDamage {
+    const char *name;
+    QByteArray (*content)();
+    const char *kept; // a line that must still be there afterwards
+};
+
+const SettingsDamage settingsDamages[] = {
+    {"noise", [] { return noise(100000); }, ""},
+    {"random bytes", [] { return config + noise(4096); }, "first_start=0\n"},
+    {"50 MB", [] { return config + QByteArray("x=y\n").repeated(13 << 20); },
+     "default_last_time=1\n"},
+    {"50 MB in one line",
+     [] { return config + QByteArray("widget_num=") + QByteArray(50 << 20, 'x'); },
+     "default_last_time=1\n"},
+    {"10,000 entries",
+     [] {
+         QByteArray text = config;
+         for (int i = 0; i < 10000; ++i)
+             text += "key" + QByteArray::number(i) + "=" + QByteArray::number(i) + '\n';
+         return text;
+     },
+     "key9999=9999\n"},
+    {"deep nesting",
+     [] {
+         return config + QByteArray("a/").repeated(10000) + "b=1\n[" +
+             QByteArray("a/").repeated(10000) + "]\nx=1\n" + QByteArray(100000, '[') + "\n";
+     },
+     "default_last_time=1\n"},
+    {"cut", [] { return QByteArray(config).chopped(25); }, "first_start=0\n"},
+    {"empty", [] { return QByteArray(); }, ""},
+    {"zeros", [] { return QByteArray(100000, '\0'); }, ""},
+    {"wrong types", [] { return withNumbers("@ByteArray(x)"); }, "first_start=0\n"},
+    {"huge numbers", [] { return withNumbers("999999999999"); }, "first_start=0\n"},
+};
+
+} // namespace
+
 void TestDamage::settings_data()
 {
     QTest::addColumn<QString>("kind");
-    for (const char *kind : {"noise", "50 MB", "cut", "zeros", "wrong types", "huge numbers",
-                             "one long line", "link", "dead lock"})
-        QTest::newRow(kind) << QString(kind);
+    for (const SettingsDamage &damage : settingsDamages)
+        QTest::newRow(damage.name) << QString(damage.name);
+    for (const QString &kind : replacements)
+        QTest::newRow(qPrintable(kind)) << kind;
+    QTest::newRow("dead lock") << "dead lock";
 }
 
+// The volume is saved at the end, and with it the file is whole again.
 void TestDamage::settings()
 {
     QFETCH(QString, kind);
     StandInTools tools;
     InstalledPlayer player;
-    const QByteArray numbers = "decode_flag=%1\ndefault_volum=%1\nplay_mode=%1\nfirst_start=%1\n";
     player.setHistory(entriesText(3));
-    if (kind == "noise")
-        player.setConfig(noise(100000));
-    else if (kind == "50 MB")
-        player.setConfig(config + QByteArray("x=y\n").repeated(13 << 20));
-    else if (kind == "cut")
-        player.setConfig(QByteArray(config).chopped(25));
-    else if (kind == "zeros")
-        player.setConfig(QByteArray(100000, '\0'));
-    else if (kind == "wrong types")
-        player.setConfig("[DEFAULT]\n" + QByteArray(numbers).replace("%1", "@ByteArray(x)"));
-    else if (kind == "huge numbers")
-        player.setConfig("[DEFAULT]\nrecord_file=\n" +
-                         QByteArray(numbers)
-                             .replace("%1", "999999999999")
-                             .replace("first_start=999999999999", "first_start=0"));
-    else if (kind == "one long line")
-        player.setConfig(config + QByteArray("widget_num=") + QByteArray(1 << 20, 'x') + "\n");
-    else
-        player.setConfig(config);
-    if (kind == "link") {
-        QVERIFY(QFile::rename(player.configFile(), player.root() + "/real.ini"));
-        QVERIFY(QFile::link("../../real.ini", player.configFile()));
-    } else if (kind == "dead lock") {
-        // As a player leaves it that was killed while it saved.
-        writeFile(player.configFile() + ".lock", "999999999\ntarnivo-player\n\n");
-    }
     player.standIn();
+    const QString path = player.configFile();
+    player.setConfig(config);
+    QByteArray kept = kind == "link to nothing" ? "default_volum=0\n" : "default_last_time=1\n";
+    if (replacements.contains(kind))
+        QVERIFY(replaceFile(player, path, kind, config));
+    else if (kind == "dead lock") // as a player leaves it that was killed while it saved
+        writeFile(path + ".lock", "999999999\ntarnivo-player\n\n");
+    for (const SettingsDamage &damage : settingsDamages) {
+        if (kind == damage.name) {
+            player.setConfig(damage.content());
+            kept = damage.kept;
+        }
+    }
+
+    playAndClose(player);
+    unlock(path);
+    if (QTest::currentTestFailed())
+        return;
+    const bool readOnly = kind == "read-only root";
+    if (kind == "folder") {
+        QVERIFY(QFileInfo::exists(path + "/inside"));
+    } else if (kind == "unreadable" || kind == "locked folder" || readOnly) {
+        QCOMPARE(readFile(path), QByteArray(config));
+    } else {
+        QVERIFY(!player.setting("default_volum").isEmpty());
+        QVERIFY2(readFile(path).contains(kept), kept);
+        QCOMPARE(QFileInfo(path).isSymLink(), kind.startsWith("link"));
+    }
+    QCOMPARE(storedEntries(player.historyFile()).size(), readOnly ? 3 : 4);
+}
+
+void TestDamage::cutAtEveryByte_data()
+{
+    QTest::addColumn<bool>("cutHistory");
+    QTest::newRow("history") << true;
+    QTest::newRow("settings") << false;
+}
+
+// In the short form at some of them.
+void TestDamage::cutAtEveryByte()
+{
+    QFETCH(bool, cutHistory);
+    StandInTools tools;
+    InstalledPlayer player;
+    player.standIn();
+    const QByteArray whole = cutHistory ? entriesText(2) : QByteArray(config);
+    for (int size = 0; size < whole.size(); size += rounds(whole.size() / 7, 1)) {
+        player.setHistory(cutHistory ? whole.left(size) : entriesText(2));
+        player.setConfig(cutHistory ? QByteArray(config) : whole.left(size));
+        playAndClose(player);
+        if (QTest::currentTestFailed()) {
+            qWarning("cut to %d bytes", size);
+            return;
+        }
+        player.standIn().clear();
+        // A list can be read without its last line end only.
+        const int kept = cutHistory && size < whole.size() - 1 ? 0 : 2;
+        QCOMPARE(storedEntries(player.historyFile()).size(), kept + 1);
+        // A setting that stands before the cut is kept.
+        for (const char *key : {"first_start", "default_last_time"}) {
+            const int end = whole.indexOf('\n', whole.indexOf(key));
+            if (cutHistory || size >= end)
+                QVERIFY(!player.setting(key).isEmpty());
+        }
+        QVERIFY(!player.setting("default_volum").isEmpty());
+    }
+}
+
+void TestDamage::fullDisk_data()
+{
+    QTest::addColumn<int>("entries");
+    QTest::addColumn<bool>("withSettings");
+    QTest::newRow("long list") << 300 << true; // so long that every save needs room
+    QTest::newRow("empty list") << 0 << true;
+    QTest::newRow("nothing there") << -1 << false;
+}
+
+// What was there stays, and the next run saves again once there is room.
+void TestDamage::fullDisk()
+{
+    QFETCH(int, entries);
+    QFETCH(bool, withSettings);
+    StandInTools tools;
+    InstalledPlayer player;
+    player.standIn();
+    SmallDisk disk(QFileInfo(player.historyFile()).path());
+    if (!disk.isMounted())
+        QSKIP("no disk can be mounted here");
+    const QByteArray history = entries > 0 ? entriesText(entries) : QByteArray();
+    if (entries >= 0)
+        player.setHistory(history);
+    if (withSettings)
+        player.setConfig(config);
+    QVERIFY(disk.fill());
+
     playAndClose(player);
     if (QTest::currentTestFailed())
         return;
-    // The volume is saved at the end, and with it the file is whole again.
+    QCOMPARE(readFile(player.historyFile()), history);
+    QCOMPARE(readFile(player.configFile()), withSettings ? QByteArray(config) : QByteArray());
+    const QStringList files{"config.ini", "config.json", "filler"};
+    const QDir folder(QFileInfo(player.historyFile()).path());
+    for (const QString &file : folder.entryList(QDir::Files | QDir::Hidden))
+        QVERIFY2(files.contains(file), qPrintable(file)); // no rest of a failed save
+
+    disk.makeRoom();
+    player.standIn().clear();
+    playAndClose(player);
+    QCOMPARE(storedEntries(player.historyFile()).size(), qMax(0, entries) + 1);
     QVERIFY(!player.setting("default_volum").isEmpty());
-    if (kind == "link" || kind == "dead lock" || kind == "50 MB")
-        QCOMPARE(player.setting("default_last_time"), QString("1"));
-    QCOMPARE(QFileInfo(player.configFile()).isSymLink(), kind == "link");
-    QCOMPARE(storedEntries(player.historyFile()).size(), 4);
 }
 
-void TestDamage::nothingIsLeft_data()
+int main(int argc, char *argv[])
 {
-    QTest::addColumn<int>("number"); // 0: the close button
-    QTest::newRow("close") << 0;
-    for (int number : {SIGTERM, SIGINT, SIGHUP, SIGKILL, SIGSEGV})
-        QTest::addRow("signal %d", number) << number;
+    SmallDisk::enterOwnMounts();
+    QApplication application(argc, argv);
+    TestDamage test;
+    return QTest::qExec(&test, argc, argv);
 }
 
-// No process at all: engine, probe, worker, zombie.
-void TestDamage::nothingIsLeft()
-{
-    QFETCH(int, number);
-    StandInTools tools;
-    InstalledPlayer player;
-    player.setConfig(config);
-    StandInEngine &engine = player.standIn();
-    engine.ignoreQuit();
-    engine.ignoreTerm();
-    QVERIFY(player.start({"/films/new.mp4"}));
-    QVERIFY(player.window());
-    QVERIFY(engine.waitForInput("get_time_pos\n"));
-    const qint64 pid = player.pid();
-    const qint64 enginePid = engine.last().pid;
-    if (number == 0)
-        player.close();
-    else
-        player.signal(number);
-    QVERIFY(player.waitForEnd());
-    QTRY_VERIFY_WITH_TIMEOUT(player.processes().isEmpty(), leftoverLimit);
-    QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(QString("/proc/%1").arg(pid)), leftoverLimit);
-    QVERIFY(!Processes::alive(enginePid));
-}
-
-// Its display goes and takes the player along, and with it the engine.
-void TestDamage::displayGone()
-{
-    StandInTools tools;
-    QProcess server;
-    server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp"});
-    QVERIFY(server.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(server.canReadLine(), 30000);
-    InstalledPlayer player;
-    player.setConfig(config);
-    player.setEnvironment("DISPLAY", ':' + server.readLine().trimmed());
-    StandInEngine &engine = player.standIn();
-    engine.ignoreQuit();
-    engine.ignoreTerm();
-    QVERIFY(player.start({"/films/new.mp4"}));
-    QVERIFY(engine.waitForInput("get_time_pos\n"));
-    const qint64 enginePid = engine.last().pid;
-    server.kill();
-    QVERIFY(server.waitForFinished());
-    QVERIFY(player.waitForEnd());
-    QVERIFY(player.exitCode() != 0);
-    QTRY_VERIFY_WITH_TIMEOUT(player.processes().isEmpty(), leftoverLimit);
-    QVERIFY(!Processes::alive(enginePid));
-}
-
-void TestDamage::endsWhileProbing_data()
-{
-    QTest::addColumn<int>("number");
-    for (int number : {SIGTERM, SIGKILL})
-        QTest::addRow("signal %d", number) << number;
-}
-
-// The probe holds up the whole player: a request to end waits for it. When the player is killed the
-// probe ends by itself, at the latest when it writes.
-void TestDamage::endsWhileProbing()
-{
-    QFETCH(int, number);
-    StandInTools tools;
-    tools.setProbeDelay(1500);
-    InstalledPlayer player;
-    player.setConfig(config);
-    player.standIn();
-    QVERIFY(player.start({"/films/new.mp4"}));
-    QTRY_COMPARE(tools.probeCalls().size(), 1);
-    player.signal(number);
-    QVERIFY(player.waitForEnd());
-    QCOMPARE(player.exitCode(), number == SIGTERM ? 0 : 128 + SIGKILL);
-    QTRY_VERIFY_WITH_TIMEOUT(player.processes().isEmpty(), 1500 + leftoverLimit);
-    QCOMPARE(tools.probeCalls().size(), 1);
-}
-
-QTEST_MAIN(TestDamage)
 #include "tst_damage.moc"

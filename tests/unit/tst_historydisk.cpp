@@ -2,6 +2,7 @@
 // runs in a child process (this program with "--child"), which may give up rights and mount file
 // systems of its own.
 #include "historysupport.h"
+#include "smalldisk.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -12,7 +13,6 @@
 #include <csignal>
 
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -41,28 +41,6 @@ bool check(bool condition, const char *what)
     return condition;
 }
 
-void writeText(const char *path, const QByteArray &text)
-{
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        file.write(text);
-}
-
-// Mounts of our own, seen by nobody else. Needs to be root or a kernel with user name spaces.
-bool enterMountNamespace()
-{
-    const QByteArray user = QByteArray::number(getuid());
-    const QByteArray group = QByteArray::number(getgid());
-    if (unshare(CLONE_NEWNS) != 0) {
-        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
-            return false;
-        writeText("/proc/self/setgroups", "deny");
-        writeText("/proc/self/uid_map", "0 " + user + " 1");
-        writeText("/proc/self/gid_map", "0 " + group + " 1");
-    }
-    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-}
-
 bool becomeStranger()
 {
     if (getuid() != 0)
@@ -71,17 +49,6 @@ bool becomeStranger()
     // Without this the leak checker can't look at its own process any more.
     prctl(PR_SET_DUMPABLE, 1);
     return done;
-}
-
-bool fillDisk(const QString &path)
-{
-    QFile filler(path);
-    if (!filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        return false;
-    for (int size : {4096, 1}) {
-        while (filler.write(QByteArray(size, 'x')) == size) { }
-    }
-    return true;
 }
 
 // Both ways of saving leave the file as it is, and in memory the list goes on.
@@ -112,30 +79,25 @@ bool savingWorks()
     return check(inserted && readFile(defaultPlayPath) == documentText(all), "appended in full");
 }
 
-bool mountSmallDisk(const QString &folder)
-{
-    return enterMountNamespace() &&
-        mount("tmpfs", QFile::encodeName(folder).constData(), "tmpfs", 0, "size=256k") == 0;
-}
-
 int fullDisk(const QString &folder)
 {
-    if (!mountSmallDisk(folder))
+    SmallDisk disk(folder);
+    if (!disk.isMounted())
         return childCannot;
     // So long a list that every save needs room.
     fillAddrList(300);
     varyJsonConfig(defaultPlayPath, addrlist);
     const QByteArray before = readFile(defaultPlayPath);
     bool passed = check(before == documentText(numberedEntries(300)), "written at first");
-    passed = check(fillDisk(folder + "/filler"), "disk filled") && passed;
+    passed = check(disk.fill(), "disk filled") && passed;
     passed = savingFails(before) && passed;
     passed = check(QDir(folder).entryList(QDir::Files | QDir::Hidden).size() == 2, "no leftover") &&
         passed;
-    QFile::remove(folder + "/filler");
+    disk.makeRoom();
     passed = savingWorks() && passed;
     // A first entry where there is no room for it.
     emptyHistoryFile(defaultPlayPath);
-    fillDisk(folder + "/filler");
+    disk.fill();
     addToAddrList("/films/first.mkv");
     return check(readFile(defaultPlayPath).isEmpty(), "empty list stays empty") && passed
         ? childPassed
@@ -151,7 +113,8 @@ bool mountOnItself(const QString &path)
 
 int mountedFile(const QString &folder)
 {
-    if (!mountSmallDisk(folder))
+    const SmallDisk disk(folder);
+    if (!disk.isMounted())
         return childCannot;
     fillAddrList(300);
     varyJsonConfig(defaultPlayPath, addrlist);
@@ -173,7 +136,7 @@ int readOnlyDisk(const QString &folder)
     const QByteArray before = documentText(numberedEntries(2));
     writeFile(defaultPlayPath, before);
     fillAddrList(2);
-    if (!enterMountNamespace() ||
+    if (!SmallDisk::enterOwnMounts() ||
         mount(name.constData(), name.constData(), nullptr, MS_BIND, nullptr) != 0 ||
         mount(nullptr, name.constData(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) != 0)
         return childCannot;
@@ -223,12 +186,13 @@ int lockedFolder(const QString &folder)
 // Written in place and no room: the list stays.
 int lockedFolderOnFullDisk(const QString &folder)
 {
-    if (!mountSmallDisk(folder))
+    SmallDisk disk(folder);
+    if (!disk.isMounted())
         return childCannot;
     fillAddrList(300);
     varyJsonConfig(defaultPlayPath, addrlist);
     const QByteArray before = readFile(defaultPlayPath);
-    fillDisk(folder + "/filler");
+    disk.fill();
     chmod(QFile::encodeName(defaultPlayPath).constData(), 0666);
     chmod(QFile::encodeName(folder).constData(), 0555);
     if (!becomeStranger())

@@ -64,8 +64,8 @@ private slots:
 
     void trackChanges();
     void polls();
-    void listMenus();
-    void barMenus();
+    void menus_data();
+    void menus();
     void mainMenus();
     void dialogs_data();
     void dialogs();
@@ -188,22 +188,20 @@ void TestCreep::polls()
     QVERIFY(engine.waitForNoEngine());
 }
 
-void TestCreep::listMenus()
+void TestCreep::menus_data()
 {
-    int opened = 0;
-    staysTheSame(rounds(5, 200), rounds(40, 2000), [&] {
-        WhenPopup popup([&](QWidget *menu) {
-            ++opened;
-            menu->close();
-        });
-        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), QPoint(5, 5));
-        QCoreApplication::sendEvent(window->listWidget->viewport(), &event);
-    });
-    QCOMPARE(opened, rounds(5, 200) + rounds(40, 2000));
+    QTest::addColumn<QString>("kind");
+    for (const char *kind : {"list", "full-screen bar", "title bar"})
+        QTest::newRow(kind) << QString(kind);
 }
 
-void TestCreep::barMenus()
+// Those that go when they close.
+void TestCreep::menus()
 {
+    QFETCH(QString, kind);
+    QWidget *owner = kind == "list" ? window->listWidget->viewport()
+        : kind == "title bar"       ? static_cast<QWidget *>(window->m_titleBar)
+                                    : window->fsvc;
     int opened = 0;
     staysTheSame(rounds(5, 200), rounds(40, 2000), [&] {
         WhenPopup popup([&](QWidget *menu) {
@@ -211,9 +209,10 @@ void TestCreep::barMenus()
             menu->close();
         });
         QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), QPoint(5, 5));
-        QCoreApplication::sendEvent(window->fsvc, &event);
+        QCoreApplication::sendEvent(owner, &event);
     });
     QCOMPARE(opened, rounds(5, 200) + rounds(40, 2000));
+    QVERIFY(window->findChildren<QMenu *>().isEmpty());
     QVERIFY(window->fsvc->findChildren<QMenu *>().isEmpty());
 }
 

@@ -44,6 +44,14 @@ void always(StandInEngine &engine, const QByteArray &action)
 
 const Hostile hostiles[] = {
     {"never answers", [](StandInEngine &engine) { engine.setSilent(); }, 800, 60000},
+    {"answers after 5 s",
+     [](StandInEngine &engine) {
+         for (const char *query : {"get_time_length", "get_time_pos"}) {
+             engine.on(query, EngineAction::sleep(5000));
+             engine.on(query, EngineAction::answer());
+         }
+     },
+     800, 30000},
     {"floods", [](StandInEngine &engine) { always(engine, EngineAction::flood(floodSize())); },
      1500, 15000},
     {"floods with answers",
@@ -119,6 +127,7 @@ private slots:
     void inputThatNobodyReads();
     void crashesAtEachCommand_data();
     void crashesAtEachCommand();
+    void crashesAtQuit();
     void commandsToACrashedEngine();
     void cannotBeStarted_data();
     void cannotBeStarted();
@@ -253,12 +262,15 @@ void TestHostileEngine::answersAreShownOnceTheyCome()
     engine->setPosition("11.0");
     start();
     Heartbeat heart;
+    const qint64 memory = OwnProcess::heap();
     QVERIFY(!heart.watchUntil([] { return false; }, 2000));
     QCOMPARE(window->ui->totalTimeLabel->text(), QString("00:00:00"));
     QVERIFY(heart.watchUntil([this] { return window->ui->totalTimeLabel->text() == "00:00:20"; },
                              20000));
     QVERIFY(heart.watchUntil([this] { return window->currentPosition == 11; }, 5000));
     QVERIFY2(heart.isSteady(), heart.report());
+    const qint64 growth = heart.peakHeap() - memory;
+    QVERIFY2(growth < memoryLimit, qPrintable(QString::number(growth)));
     stopInTime();
 }
 
@@ -338,6 +350,7 @@ void TestHostileEngine::crashesAtEachCommand()
 {
     QFETCH(bool, answersFirst);
     Heartbeat heart;
+    const qint64 memory = OwnProcess::heap();
     for (const char *command : commands) {
         engine->reset();
         start();
@@ -354,6 +367,21 @@ void TestHostileEngine::crashesAtEachCommand()
         QVERIFY(Processes::zombieChildrenOf(QCoreApplication::applicationPid()).isEmpty());
     }
     QVERIFY2(heart.isSteady(), heart.report());
+    const qint64 growth = heart.peakHeap() - memory;
+    QVERIFY2(growth < memoryLimit, qPrintable(QString::number(growth)));
+}
+
+void TestHostileEngine::crashesAtQuit()
+{
+    engine->on("quit", EngineAction::crash());
+    for (int i = 0; i < 10; ++i) {
+        start();
+        stopInTime();
+        if (QTest::currentTestFailed())
+            return;
+    }
+    start();
+    closeInTime();
 }
 
 // It has crashed and the player doesn't know yet: a write must not end the player.

@@ -201,7 +201,7 @@ void TestInjection::probeItself()
     QTemporaryDir folder;
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(folder.path()));
-    const int count = longForm() ? 2000 : 100;
+    const int count = rounds(100, nameCount);
     QList<QByteArray> expected;
     for (int i = 0; i < count; ++i) {
         const QString file = QFile::decodeName(names.at(i));
@@ -301,7 +301,7 @@ void TestInjection::labelsTakeAllNames()
     showVideoInfo information(&window);
     const QList<QLabel *> labels = nameLabels(window, information);
     QCOMPARE(labels.size(), 9);
-    const int step = longForm() ? 1 : 10;
+    const int step = rounds(10, 1);
     for (int i = 0; i < names.size(); i += step) {
         const QString name = QFile::decodeName(names.at(i));
         showName(window, information, name);

@@ -10,6 +10,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -142,7 +143,13 @@ QByteArray readCommandOutput(const QByteArray &command)
     if (!pipe)
         return QByteArray();
     QByteArray output(static_cast<int>(kProbeTextLimit), '\0');
-    const size_t length = fread(output.data(), 1, kProbeTextLimit, pipe);
+    size_t length = 0;
+    // The end of another child, the engine, interrupts the reading: Qt's handler for it does not
+    // have interrupted calls restarted.
+    do {
+        clearerr(pipe);
+        length += fread(output.data() + length, 1, kProbeTextLimit - length, pipe);
+    } while (length < kProbeTextLimit && ferror(pipe) && errno == EINTR);
     pclose(pipe); // how the command ended tells nothing that its output doesn't
     output.truncate(static_cast<int>(length));
     return output;

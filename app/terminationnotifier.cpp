@@ -14,11 +14,13 @@ constexpr int kSignalCount = int(sizeof kSignals / sizeof kSignals[0]);
 constexpr int kLeaveInterval = 50; // ms
 
 int pipeEnds[2] = {-1, -1}; // reading, writing
+volatile std::sig_atomic_t arrived = 0;
 struct sigaction previousActions[kSignalCount];
 
 void noteSignal(int)
 {
     const int savedError = errno;
+    arrived = 1;
     const char byte = 0;
     // A full pipe is as good as a written byte.
     [[maybe_unused]] const ssize_t written = write(pipeEnds[1], &byte, 1);
@@ -46,6 +48,7 @@ void restoreHandlers()
 TerminationNotifier::TerminationNotifier(QObject *parent)
     : QObject(parent)
 {
+    arrived = 0;
     // Without a pipe the signals keep ending the process at once.
     if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
@@ -62,10 +65,13 @@ TerminationNotifier::~TerminationNotifier()
     if (!notifier)
         return;
     restoreHandlers();
+    arrived = 0;
     delete notifier;
     close(pipeEnds[0]);
     close(pipeEnds[1]);
 }
+
+bool TerminationNotifier::isRequested() { return arrived != 0; }
 
 void TerminationNotifier::takeSignal()
 {

@@ -15,8 +15,11 @@ public:
     explicit TerminationNotifier(QObject *parent = nullptr);
     ~TerminationNotifier() override;
 
-    // True once a signal was taken, also before the main event loop runs.
+    // True once requested() was emitted, also before the main event loop runs.
     bool isPending() const { return pending; }
+
+    // True from the signal's arrival on, even while no event loop runs to take it.
+    static bool isRequested();
 
 signals:
     void requested();

@@ -9,6 +9,7 @@
 #include "handlesnapfilethread.h"
 #include "listwidget.h"
 #include "speedwind.h"
+#include "terminationnotifier.h"
 #include "titlebar.h"
 #include "ui_mainwindow.h"
 
@@ -341,5 +342,9 @@ void MainWindow::closeEvent(QCloseEvent *event)
     closed = true;
     event->accept();
 }
+
+// Closed, or about to be: a signal that comes while the construction still opens files is only
+// passed on to the window afterwards.
+bool MainWindow::isEnding() const { return closed || TerminationNotifier::isRequested(); }
 
 #include "moc_mainwindow.cpp"

@@ -195,6 +195,8 @@ private:
     void showPosition(int seconds);
     void makeWayFor(int index);
     void seek(int second);
+    bool startEntry(int index);
+    bool isEnding() const;
 
     // Adjustments.
     void setVolumeIcon(const QString &icon, bool onBar);

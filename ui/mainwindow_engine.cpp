@@ -20,6 +20,20 @@ constexpr int kStartTimeout = 30000; // ms
 // Output that stays unread (while paused, or because no line ends) is dropped beyond this.
 constexpr qint64 kUnreadLimit = 1 << 20;
 
+// The entry with exactly this address, or -1; likely is looked at first, as a history edited by
+// hand may hold an address twice.
+int entryNumber(const QString &addr, int likely)
+{
+    if (isAddrSlot(likely) && addrlist[likely].addr == addr)
+        return likely;
+    const int count = qMin(addrNum, kHistoryCapacity);
+    for (int i = 0; i < count; ++i) {
+        if (addrlist[i].addr == addr)
+            return i;
+    }
+    return -1;
+}
+
 void startEngine(const QString &program, const QStringList &arguments, int index)
 {
     qDebug() << "arglist:" << arguments;
@@ -31,10 +45,13 @@ void startEngine(const QString &program, const QStringList &arguments, int index
 }
 } // namespace
 
-void MainWindow::softAndVdpauPlay(int index)
+void MainWindow::softAndVdpauPlay(int index) { startEntry(index); }
+
+// False if nothing was started, or something else in the meantime.
+bool MainWindow::startEntry(int index)
 {
     if (!isAddrSlot(index))
-        return;
+        return false;
     // The box below runs an event loop in which a poll would take the old engine's end for the end
     // of the media and start another engine.
     processTimer->stop();
@@ -42,7 +59,7 @@ void MainWindow::softAndVdpauPlay(int index)
     loadedAddr = addrlist[index].addr;
     if (decodeSoftware != 0) {
         mpvPlay(index);
-        return;
+        return true;
     }
     if (engineRuns()) {
         stopping = true; // its last output would start the polling again
@@ -52,15 +69,22 @@ void MainWindow::softAndVdpauPlay(int index)
     const HistoryAddrList entry = addrlist[index];
     const QStringList arguments =
         enginecommands::engineArguments(entry, decodeFlag, screenShotPath, playinglist.widID);
-    if (decodeFlag == 2 && entry.codec_type == 2)
+    if (decodeFlag == 2 && entry.codec_type == 2) {
+        // Nor may a click made just before the box start this entry from inside of it.
+        mouseClickTimer->stop();
+        fsvc->mouseClickedTimer->stop();
         showNotice("该视频格式可能不支持硬解码!");
-    if (closed)
-        return;
+        if (engineRuns())
+            return false; // of something dropped on the window in the meantime
+    }
+    if (isEnding())
+        return false;
     startEngine(startPath + "/files/bin/mplayer", arguments, index);
     processTimer->start(kPollInterval);
     const QString name = getFileNameFromAddr(entry.addr);
     m_titleBar->setWindowTitle(name);
     fsvc->titleLabel->setText(name);
+    return true;
 }
 
 void mpvPlay(int index)
@@ -99,9 +123,10 @@ void MainWindow::startPlaying()
     if (playinglist.addrIndex < 0 || playinglist.addrIndex >= addrNum)
         playinglist.addrIndex = addrNum - 1;
     playingState = true;
-    softAndVdpauPlay(playinglist.addrIndex);
+    const bool started = startEntry(playinglist.addrIndex);
     showPlayButton(true);
-    resumeAtLastPosition();
+    if (started)
+        resumeAtLastPosition();
 }
 
 // Up to 3 s a file starts from the beginning, at 4 and 5 s exactly there, later 5 s before.
@@ -284,6 +309,6 @@ void MainWindow::makeWayFor(int index)
         on_stopBtn_clicked();
     if (playinglist.state == 0 || (index >= 0 && addrlist[index].addr == loadedAddr))
         return;
-    playinglist.addrIndex = checkAddrExist(loadedAddr);
+    playinglist.addrIndex = entryNumber(loadedAddr, playinglist.addrIndex);
     on_stopBtn_clicked();
 }

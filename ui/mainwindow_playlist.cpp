@@ -43,7 +43,7 @@ bool MainWindow::checkVideoFileInput(QString file) { return probeMedia(file); }
 
 void MainWindow::openAndDragFile(QString path)
 {
-    if (closed)
+    if (isEnding())
         return;
     if (!checkVideoFileInput(path)) {
         showNotice("视频解析失败!");

@@ -77,9 +77,11 @@ void TestTerminationNotifier::signalEndsTheMainLoop()
     TerminationNotifier notifier;
     QSignalSpy requested(&notifier, &TerminationNotifier::requested);
     QVERIFY(!notifier.isPending());
+    QVERIFY(!TerminationNotifier::isRequested());
     raiseLater(signal);
     QCOMPARE(QCoreApplication::exec(), 0);
     QVERIFY(notifier.isPending());
+    QVERIFY(TerminationNotifier::isRequested());
     QCOMPARE(requested.count(), 1);
 }
 
@@ -89,6 +91,7 @@ void TestTerminationNotifier::nothingHappensBeforeTheLoop()
     QSignalSpy requested(&notifier, &TerminationNotifier::requested);
     raise(SIGTERM);
     QVERIFY(!notifier.isPending()); // the handler itself does nothing but note it
+    QVERIFY(TerminationNotifier::isRequested());
     QCOMPARE(requested.count(), 0);
     QCOMPARE(QCoreApplication::exec(), 0);
     QCOMPARE(requested.count(), 1);

@@ -61,8 +61,9 @@ public:
     // Hides the bar and the speed pop-up when another window becomes the active one.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
-    // Hides the bar and clears its state. The speed pop-up is left as it is.
-    void hideBar();
+    // Hides the bar and clears its state.
+    void hideBar(); // the speed pop-up is left as it is
+    void hideWithSpeedWindow();
 
 signals:
     void mouseHide();
@@ -148,6 +149,4 @@ private:
     void setUpProcessSlider();
     void setUpTimers();
     void connectAll();
-
-    void hideWithSpeedWindow();
 };

@@ -56,8 +56,7 @@ void MainWindow::showNormalWin()
     // The pointer may have been blanked. Over the title bar and the list no move is reported here
     // that would bring it back.
     setCursor(Qt::ArrowCursor);
-    if (fsvc->state)
-        fsvc->hideBar();
+    fsvc->hideWithSpeedWindow();
     setNormalWidgetsVisible(true);
     qDebug() << "screen width:" << screenWidth << " screen height:" << screenHeight;
     ui->playWidget->setFixedSize(widgetNormalWidth, widgetNormalHeight);
@@ -69,8 +68,12 @@ void MainWindow::showNormalWin()
 
 void MainWindow::recvFullScreenSignal()
 {
-    if (fullScreenFlag)
-        showNormalWin();
+    if (!fullScreenFlag)
+        return;
+    // Of a double click whose first half the window got and whose second half the bar, which a
+    // movement in between has brought up: it must not pause as well.
+    mouseClickTimer->stop();
+    showNormalWin();
 }
 
 void MainWindow::recvMouseHide()
@@ -109,6 +112,7 @@ void MainWindow::mouseDoubleClickEvent(QMouseEvent *event)
     if (!insidePlayArea(event->pos()) || playinglist.state == 0)
         return;
     mouseClickTimer->stop();
+    fsvc->mouseClickedTimer->stop(); // the bar may have got the first press, and hidden since
     if (fullScreenFlag) {
         showNormalWin();
     } else {
@@ -162,9 +166,14 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
     }
     if (watched == this && event->type() == QEvent::WindowDeactivate) {
         windowActiveFlag = false;
-        fsvc->hideBar();
+        // The speed pop-ups never become active and so can't notice that they must go.
+        fsvc->hideWithSpeedWindow();
+        sw->dismiss();
         return true;
     }
+    // A box that opens during a drag keeps the button's release from arriving.
+    if (watched == this && event->type() == QEvent::WindowBlocked)
+        m_titleBar->endDrag();
     return QMainWindow::eventFilter(watched, event);
 }
 
@@ -177,11 +186,11 @@ void MainWindow::keyPressEvent(QKeyEvent *event)
     const bool onlyAlt = event->modifiers() == Qt::AltModifier;
 
     if (key == Qt::Key_Escape && fullScreenFlag) {
-        fsvc->hideBar();
+        fsvc->hideWithSpeedWindow();
         showNormalWin();
     }
     if (key == Qt::Key_Alt || onlyAlt)
-        fsvc->hideBar();
+        fsvc->hideWithSpeedWindow();
     if (key == Qt::Key_Space)
         on_playBtn_clicked();
     if (key == Qt::Key_Left)

@@ -19,6 +19,8 @@ public:
     void setWindowTitle(const QString &title);
     // Loads the picture at path into the icon label.
     void SetTitleBarIcon(const QString &path);
+    // The window no longer follows the mouse, as when the left button is released.
+    void endDrag() { m_leftButtonPressed = false; }
 
     QLabel *m_iconLabel = nullptr;
     QLabel *m_titleLabel = nullptr;

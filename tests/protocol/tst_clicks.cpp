@@ -17,6 +17,8 @@ private slots:
     void singleClickResumes();
     void otherButtons();
     void doubleClickAndBack();
+    void doubleClickAsTheBarComes();
+    void doubleClickAsTheBarGoes();
     void doubleClickWithNothingLoaded();
     void doubleClickOutside();
     void twoSlowClicks();
@@ -28,6 +30,7 @@ private slots:
     void elsewhere();
 
 private:
+    bool bringBar();
     QPoint middle() const { return bench->videoOnScreen().center(); }
 
     QScopedPointer<WindowBench> bench;
@@ -53,6 +56,14 @@ void TestClicks::init()
     QVERIFY(window->windowActiveFlag);
     // Far from the last click, which would else count with the next one.
     QVERIFY(xdotool(pointTo(QPoint(1270, 790))));
+}
+
+bool TestClicks::bringBar()
+{
+    QMouseEvent move(QEvent::MouseMove, QPointF(500, 400), Qt::NoButton, Qt::NoButton,
+                     Qt::NoModifier);
+    window->mouseMoveEvent(&move);
+    return QTest::qWaitForWindowExposed(window->fsvc);
 }
 
 void TestClicks::singleClick()
@@ -143,6 +154,49 @@ void TestClicks::doubleClickAndBack()
     QCOMPARE(input, QByteArray());
     QVERIFY(playingState);
     QVERIFY(!log.contains(clickLog));
+}
+
+// The window gets the first press, the bar, which a movement brings up, the second.
+void TestClicks::doubleClickAsTheBarComes()
+{
+    QVERIFY(bench->play());
+    QVERIFY(bench->enterFullScreen());
+    QVERIFY(xdotool(pointTo(QPoint(500, 400))));
+    QTRY_VERIFY(window->fsvc->isVisible());
+    window->fsvc->hideBar();
+    LogCapture log;
+    const QByteArray input = bench->sent([&] {
+        Presses presses(window);
+        QVERIFY(xdotool({"click", "1"}));
+        QTRY_COMPARE(presses.single.size(), 1);
+        QVERIFY(window->mouseClickTimer->isActive());
+        QVERIFY(bringBar());
+        // What the system would report, however busy the machine is.
+        QTest::mouseDClick(window->fsvc, Qt::LeftButton, Qt::NoModifier, QPoint(500, 400));
+        QTRY_VERIFY(!fullScreenFlag);
+        QTest::qWait(600); // no pause comes late
+    });
+    QCOMPARE(input, QByteArray());
+    QVERIFY(playingState);
+    QVERIFY(!log.contains(clickLog));
+}
+
+// The other way round: the bar gets the first press and hides.
+void TestClicks::doubleClickAsTheBarGoes()
+{
+    QVERIFY(bench->play());
+    QVERIFY(bench->enterFullScreen());
+    QVERIFY(bringBar());
+    const QByteArray input = bench->sent([&] {
+        QTest::mousePress(window->fsvc, Qt::LeftButton, Qt::NoModifier, QPoint(500, 400));
+        QVERIFY(window->fsvc->mouseClickedTimer->isActive());
+        window->fsvc->hideBar();
+        QTest::mouseDClick(window, Qt::LeftButton, Qt::NoModifier, QPoint(500, 400));
+        QTRY_VERIFY(!fullScreenFlag);
+        QTest::qWait(600);
+    });
+    QCOMPARE(input, QByteArray());
+    QVERIFY(playingState);
 }
 
 // It does nothing itself; the first press of it still plays what is in the list.

@@ -38,6 +38,9 @@ private slots:
     void barTitle();
     void speedIsCopied();
     void deactivationHidesTheBar();
+    void popUpsGoWithTheActivation();
+    void popUpGoesWithTheBar_data();
+    void popUpGoesWithTheBar();
     void filterConsumesActivationOnly();
 
     void mouseHideBlanksTheCursor();
@@ -435,6 +438,48 @@ void TestModes::deactivationHidesTheBar()
     QVERIFY(barHidden()); // only a movement brings it
     move(QPoint(320, 300));
     QVERIFY(barShown());
+}
+
+// The pop-ups are never the active window, so they get no notice of their own.
+void TestModes::popUpsGoWithTheActivation()
+{
+    window->sw->toggleAtCursor(2);
+    QVERIFY(QTest::qWaitForWindowExposed(window->sw));
+    window->fsvc->sw->toggleAtCursor(2);
+    QVERIFY(QTest::qWaitForWindowExposed(window->fsvc->sw));
+    QVERIFY(window->windowActiveFlag && window->sw->isVisible());
+    QWidget other;
+    other.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&other));
+    other.activateWindow();
+    QTRY_VERIFY(!window->windowActiveFlag);
+    QVERIFY(!window->sw->isVisible() && window->sw->state == 0);
+    QVERIFY(!window->fsvc->sw->isVisible() && window->fsvc->sw->state == 0);
+}
+
+void TestModes::popUpGoesWithTheBar_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::newRow("Alt") << int(Qt::Key_Alt);
+    QTest::newRow("Escape") << int(Qt::Key_Escape);
+    QTest::newRow("left otherwise") << 0;
+}
+
+void TestModes::popUpGoesWithTheBar()
+{
+    QFETCH(int, key);
+    QVERIFY(bench->enterFullScreen());
+    move(QPoint(300, 300));
+    QVERIFY(barShown());
+    window->fsvc->sw->toggleAtCursor(2);
+    QVERIFY(window->fsvc->sw->isVisible());
+    if (key)
+        QTest::keyClick(window, static_cast<Qt::Key>(key));
+    else
+        window->showNormalWin();
+    QVERIFY(barHidden());
+    QVERIFY(!window->fsvc->sw->isVisible() && window->fsvc->sw->state == 0);
+    QCOMPARE(fullScreenFlag, key == Qt::Key_Alt);
 }
 
 void TestModes::filterConsumesActivationOnly()

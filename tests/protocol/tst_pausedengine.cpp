@@ -18,6 +18,8 @@ private slots:
     void cleanup();
     void newFile_data();
     void newFile();
+    void entriesEditedByHand_data();
+    void entriesEditedByHand();
     void sameFile();
     void entriesAfterADeletion_data();
     void entriesAfterADeletion();
@@ -79,6 +81,40 @@ QByteArrayList TestPausedEngine::played() const
     for (const StandInEngine::Start &start : engine->starts())
         addresses << start.arguments.value(0);
     return addresses;
+}
+
+// Addresses that the player itself would not store: the position still goes to the entry that is
+// loaded.
+void TestPausedEngine::entriesEditedByHand_data()
+{
+    QTest::addColumn<QString>("first");
+    QTest::addColumn<QString>("second");
+    QTest::newRow("with its scheme") << "/f/other.mp4"
+                                     << "file:///f/a.mp4";
+    QTest::newRow("twice the same") << "/f/a.mp4"
+                                    << "/f/a.mp4";
+}
+
+void TestPausedEngine::entriesEditedByHand()
+{
+    QFETCH(QString, first);
+    QFETCH(QString, second);
+    for (HistoryAddrList &entry : addrlist)
+        entry = {};
+    addrlist[0].addr = first;
+    addrlist[1].addr = second;
+    addrNum = 2;
+    window.emplace();
+    playinglist.addrIndex = 1;
+    window->on_playBtn_clicked();
+    QVERIFY(engine->waitForStarts(1));
+    QTRY_COMPARE(window->ui->processSlider->maximum(), 100);
+    QTRY_COMPARE(window->currentPosition, 40);
+    window->on_playBtn_clicked();
+    window->openAndDragFile("/new.mp4");
+    QVERIFY(engine->waitForStarts(2));
+    QCOMPARE(addrlist[0].last_play_time, 0);
+    QCOMPARE(addrlist[1].last_play_time, 40);
 }
 
 void TestPausedEngine::newFile_data()

@@ -10,6 +10,7 @@ namespace {
 constexpr quint32 kYoungSeconds = 2; // the engine's picture lands in the folder at once
 constexpr unsigned long kIdlePause = 300; // ms
 constexpr unsigned long kFiledPause = 100; // ms
+constexpr int kPatience = 1000; // ms; a thread that the system refused never comes
 
 void appendYoungPictures(const QDir &dir, QStringList &fileList)
 {
@@ -63,11 +64,14 @@ handleSnapFileThread::handleSnapFileThread(QObject *parent)
 {
 }
 
+void handleSnapFileThread::waitForFolder() { folderTaken.tryAcquire(1, kPatience); }
+
 void handleSnapFileThread::run()
 {
     // One copy: the settings dialog may change the folder while the worker runs. A new folder
     // counts from the next start.
     const QString folder = screenShotPath;
+    folderTaken.release();
     const QDir dir(folder);
     QStringList fileList; // intended: never cleared, it holds every young picture of every pass
     QStringList lastFileList;

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QList>
+#include <QSemaphore>
 #include <QString>
 #include <QStringList>
 #include <QThread>
@@ -29,6 +30,10 @@ public:
     // that are asked for.
     void run() override;
 
+    // To be called after start(), before screenShotPath may change again: waits, at most a second,
+    // until the worker has read it.
+    void waitForFolder();
+
     // Both are shared with the GUI thread without a lock, on purpose: a lost update only shifts the
     // counter by one.
     bool runFlag = false; // the loop runs while true
@@ -37,4 +42,7 @@ public:
 signals:
     // A screenshot has got its name; from the worker's thread.
     void saveSnapShotSignal(QString path);
+
+private:
+    QSemaphore folderTaken;
 };

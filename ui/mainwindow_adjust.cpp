@@ -270,6 +270,9 @@ void MainWindow::startSnapThread()
 {
     if (!snapThread->runFlag && snapThread->isRunning())
         snapThread->wait();
+    if (snapThread->isRunning())
+        return;
     snapThread->runFlag = true;
     snapThread->start(QThread::InheritPriority);
+    snapThread->waitForFolder();
 }

@@ -48,6 +48,7 @@ private slots:
     void folderVanishes();
     void folderAppearsLater();
     void newFolderCountsFromTheNextStart();
+    void folderIsTakenBeforeItChanges();
     void quitAloneDoesNotStop();
     void stopsSoon();
     void restartKeepsTheCounterOnly();
@@ -425,6 +426,26 @@ void TestSnapThread::newFolderCountsFromTheNextStart()
     const QString next = bench.file("shot0001.png");
     QCOMPARE(QFileInfo(next).path() + "/", other);
     QVERIFY(QFileInfo::exists(next));
+}
+
+// The settings dialog may start the worker and change the folder in one go.
+void TestSnapThread::folderIsTakenBeforeItChanges()
+{
+    for (int round = 0; round < 5; ++round) {
+        Bench bench;
+        bench.worker.runFlag = true;
+        bench.worker.start(QThread::InheritPriority);
+        bench.worker.waitForFolder();
+        screenShotPath = bench.root.filePath("beside") + "/";
+        QVERIFY(bench.awaitPasses(1));
+    }
+
+    handleSnapFileThread never; // not started: the wait ends all the same
+    QElapsedTimer clock;
+    clock.start();
+    never.waitForFolder();
+    QVERIFY2(clock.elapsed() >= 900 && clock.elapsed() < 10000,
+             qPrintable(QString::number(clock.elapsed())));
 }
 
 void TestSnapThread::quitAloneDoesNotStop()

@@ -24,6 +24,7 @@ private slots:
     void geometry();
     void geometryWithHiddenList_data();
     void geometryWithHiddenList();
+    void geometryMaximised_data();
     void geometryMaximised();
     void tinyWindow();
     void resizeInFullScreenChangesNothing();
@@ -216,16 +217,36 @@ void TestMainWindowLayout::geometryWithHiddenList()
     QCOMPARE(window.m_titleBar->width(), size.width() - 5 + 211);
 }
 
+void TestMainWindowLayout::geometryMaximised_data()
+{
+    QTest::addColumn<bool>("listHidden");
+    QTest::addColumn<QRect>("playArea");
+    QTest::addColumn<int>("titleWidth");
+    QTest::newRow("with the list") << false << QRect(0, 40, 1064, 648) << 1275;
+    QTest::newRow("without it") << true << QRect(0, 40, 1275, 648) << 1486;
+}
+
 void TestMainWindowLayout::geometryMaximised()
 {
+    QFETCH(bool, listHidden);
+    QFETCH(QRect, playArea);
+    QFETCH(int, titleWidth);
     TestWindow window(nullptr);
     show(window);
+    if (listHidden)
+        window.on_hideListBtn_clicked();
     window.showMaximized();
     QTRY_COMPARE(window.size(), QSize(1280, 800));
-    QTRY_COMPARE(window.ui->playWidget->width(), 1280 - 211 - 5);
+    QTRY_COMPARE(geometryOf(window.ui->playWidget), playArea);
     QVERIFY(window.isMaximized());
-    QTRY_COMPARE(window.ui->processSlider->width(), 1280 - 211 - 20);
-    QCOMPARE(window.ui->processSlider->height(), 20);
+    QTRY_COMPARE(geometryOf(window.ui->processSlider), QRect(0, 705, 1280 - 211 - 20, 20));
+    QCOMPARE(geometryOf(window.listWidget), QRect(1064, 40, 211, 648));
+    QCOMPARE(window.listWidget->isHidden(), listHidden);
+    QCOMPARE(window.ui->playBtn->pos(), QPoint(515, 745));
+    QCOMPARE(window.ui->hideListBtn->pos(), QPoint(1042, 745));
+    QCOMPARE(window.ui->totalTimeLabel->pos(), QPoint(1004, 690));
+    QCOMPARE(window.ui->currentTimeLabel->pos(), QPoint(0, 690));
+    QCOMPARE(window.m_titleBar->width(), titleWidth);
     window.showNormal();
     QTRY_COMPARE(window.size(), QSize(945, 564));
     QTRY_COMPARE(window.ui->processSlider->width(), 734);

@@ -237,10 +237,10 @@ void TestMainWindowLayout::geometryMaximised()
         window.on_hideListBtn_clicked();
     window.showMaximized();
     QTRY_COMPARE(window.size(), QSize(1280, 800));
-    QTRY_COMPARE(geometryOf(window.ui->playWidget), playArea);
+    QTRY_COMPARE(window.ui->playWidget->geometry(), playArea);
     QVERIFY(window.isMaximized());
-    QTRY_COMPARE(geometryOf(window.ui->processSlider), QRect(0, 705, 1280 - 211 - 20, 20));
-    QCOMPARE(geometryOf(window.listWidget), QRect(1064, 40, 211, 648));
+    QTRY_COMPARE(window.ui->processSlider->geometry(), QRect(0, 705, 1280 - 211 - 20, 20));
+    QCOMPARE(window.listWidget->geometry(), QRect(1064, 40, 211, 648));
     QCOMPARE(window.listWidget->isHidden(), listHidden);
     QCOMPARE(window.ui->playBtn->pos(), QPoint(515, 745));
     QCOMPARE(window.ui->hideListBtn->pos(), QPoint(1042, 745));

@@ -26,7 +26,7 @@ constexpr char kShellSigns[] = "\"\\$`"; // what a POSIX shell interprets betwee
 // safe in every shell. Gives nothing for such a command; in UTF-8 there are none.
 QByteArray shellBytes(const QString &command)
 {
-    const QByteArray bytes = command.toLocal8Bit();
+    QByteArray bytes = command.toLocal8Bit();
     for (const char *sign = kShellSigns; *sign; ++sign) {
         if (bytes.count(*sign) != command.count(QLatin1Char(*sign)))
             return QByteArray();

@@ -201,7 +201,8 @@ int poll(const QString &engine, int ticks, bool countPaints)
         const int before = window.position();
         paints.count = 0;
         window.tick();
-        (window.position() == before ? unchanged : changed).push_back(paints.count);
+        Samples &painted = window.position() == before ? unchanged : changed;
+        painted.push_back(paints.count);
     }
     if (countPaints) {
         printRow("one poll tick: widgets painted when the second changes",
@@ -221,14 +222,14 @@ int main(int argc, char *argv[])
     qInstallMessageHandler(discardMessages);
     const QStringList arguments = QApplication::arguments();
     const QString what = arguments.value(1);
-    const int number = arguments.value(3).toInt();
+    const int times = arguments.value(3).toInt();
     if (argc == 4 && what == "history") {
         for (int count : {10, 100, kHistoryCapacity})
-            measureHistory(arguments.at(2), count, number);
+            measureHistory(arguments.at(2), count, times);
         return 0;
     }
     if (argc == 4 && (what == "tick" || what == "paints"))
-        return poll(arguments.at(2), number, what == "paints");
+        return poll(arguments.at(2), times, what == "paints");
     std::fprintf(stderr, "usage: bench-parts history FOLDER RUNS | tick|paints ENGINE N\n");
     return 2;
 }

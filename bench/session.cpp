@@ -249,11 +249,11 @@ void Session::measurePlaying(int rounds)
             watch(playing->id(), engineOf(*playing), own, engine, memory);
         }
         waitForGround();
-        Samples unused;
         const xcb_window_t window = display.openWindow(playArea);
         {
             const ChildProcess bare({bareWindow});
             const ChildProcess playing(engineIn(window, movingClip));
+            Samples unused;
             watch(bare.id(), playing.id(), unused, bareEngine, bareMemory);
         }
         display.closeWindow(window);

@@ -48,6 +48,14 @@ bench_packages=(
     libxcb1-dev
 )
 
+# What looks at the sources without running them.
+static_packages=(
+    clang-tidy
+    cppcheck
+    clang-format
+    shellcheck
+)
+
 # What the tests of the Debian package add; only installed when these tests are asked for by name.
 package_packages=(
     debootstrap

@@ -25,6 +25,7 @@ bool MainWindow::insidePlayArea(const QPoint &point) const
 
 void MainWindow::setNormalWidgetsVisible(bool visible)
 {
+    // cppcheck-suppress constVariable // the array is const, what it points to is not
     QWidget *const widgets[] = {
         m_titleBar,        ui->currentTimeLabel, ui->totalTimeLabel, ui->processSlider,
         ui->openFileBtn,   ui->stopBtn,          ui->backwardBtn,    ui->playBtn,

@@ -58,7 +58,7 @@ QByteArrayList playedOf(const QStringList &locations, int expected,
     player.setLauncher(QString::fromLatin1(launcherPath));
     for (auto variable = environment.cbegin(); variable != environment.cend(); ++variable)
         player.setEnvironment(variable.key(), variable.value());
-    StandInEngine &engine = player.standIn();
+    const StandInEngine &engine = player.standIn();
     probeAfterEachStart(tools, engine);
     if (!player.start(locations) || !engine.waitForStarts(expected, 60000))
         qWarning() << "not all were played:" << player.log().mid(0, 30);

@@ -179,7 +179,7 @@ void TestChannel::pollsTwiceASecond()
             gaps << pieces.at(i).at - pieces.at(i - 1).at;
         }
         std::sort(gaps.begin(), gaps.end());
-        median = gaps.at(gaps.size() / 2);
+        median = gaps.value(gaps.size() / 2);
         if (median >= 400000 && median <= 600000)
             break;
     }

@@ -393,7 +393,7 @@ void TestLaunch::resume_data()
 {
     QTest::addColumn<int>("saved");
     QTest::addColumn<QByteArray>("seek");
-    const QByteArray none;
+    const QByteArray none = {};
     QTest::newRow("0") << 0 << none;
     QTest::newRow("3") << 3 << none;
     QTest::newRow("4") << 4 << QByteArray("seek 4 2\n");

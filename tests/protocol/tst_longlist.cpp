@@ -61,8 +61,8 @@ struct Model {
 
     void stop()
     {
-        if (loaded)
-            loaded = playing = false;
+        playing = playing && !loaded;
+        loaded = false;
     }
     void playOrPause()
     {

@@ -35,7 +35,7 @@ QString timed(const QString &name, int seconds, const QString &ending)
 QString cached(const QString &name, const std::function<bool(const QString &)> &makeAt)
 {
     const QString folder = QStringLiteral(CLIPS_DIR);
-    const QString path = folder + '/' + name;
+    QString path = folder + '/' + name;
     if (QFileInfo::exists(path))
         return path;
     QDir().mkpath(folder);
@@ -149,7 +149,7 @@ QString Clips::subtitles()
 QString Clips::copy(const QString &clip, const QString &folder, const QString &name)
 {
     QDir().mkpath(folder);
-    const QString path = folder + '/' + name;
+    QString path = folder + '/' + name;
     QFile::remove(path);
     if (!QFile::copy(clip, path))
         qFatal("cannot copy a clip to %s", qPrintable(path));

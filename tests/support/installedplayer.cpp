@@ -178,9 +178,9 @@ QList<qint64> InstalledPlayer::engines() const
 {
     QList<qint64> found;
     const QByteArray program = QFile::encodeName(rootInside() + "/files/bin/mplayer");
-    for (qint64 pid : processes()) {
-        if (Processes::arguments(pid).value(0) == program)
-            found << pid;
+    for (qint64 candidate : processes()) {
+        if (Processes::arguments(candidate).value(0) == program)
+            found << candidate;
     }
     return found;
 }

@@ -41,7 +41,7 @@ qint64 OwnProcess::heap()
     return static_cast<qint64>(__sanitizer_get_current_allocated_bytes());
 #else
     const struct mallinfo2 use = mallinfo2();
-    return static_cast<qint64>(use.uordblks + use.hblkhd);
+    return static_cast<qint64>(use.uordblks) + static_cast<qint64>(use.hblkhd);
 #endif
 }
 

@@ -84,6 +84,7 @@ public:
         const int mode = decodeFlag;
         decodeFlag = 2;
         window = std::make_unique<TestWindow>();
+        // cppcheck-suppress redundantAssignment // the window has read it
         window->curDecodeFlag = decodeFlag = mode;
         if (shown) {
             window->show();

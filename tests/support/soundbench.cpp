@@ -117,7 +117,7 @@ double PrivatePulse::frequency(const QByteArray &sound)
     const int count = qMin(sound.size() / 2, rate / 2);
     double best = 0;
     double bestStrength = 0;
-    for (double hertz = 50; hertz <= 5000; hertz += 2) {
+    for (int hertz = 50; hertz <= 5000; hertz += 2) {
         const double found = strength(samples, count, hertz);
         if (found > bestStrength) {
             bestStrength = found;

@@ -357,9 +357,10 @@ void Engine::handleLine(const std::string &line)
     for (const Hook &hook : script.onLine) {
         if (line.compare(0, hook.prefix.size(), hook.prefix) != 0)
             continue;
-        if (now.find(hook.prefix) == now.end())
-            now[hook.prefix] = ++counts[hook.prefix];
-        if (hook.when != 0 && hook.when != now[hook.prefix])
+        const auto [count, first] = now.try_emplace(hook.prefix);
+        if (first)
+            count->second = ++counts[hook.prefix];
+        if (hook.when != 0 && hook.when != count->second)
             continue;
         handled = true;
         perform(hook.action, line);

@@ -46,6 +46,8 @@ struct Host {
         bar->setWindowTitle("Tarnivo播放器-影音版");
     }
 
+    Q_DISABLE_COPY(Host)
+
     bool show()
     {
         window.show();

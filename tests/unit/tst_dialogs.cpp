@@ -112,7 +112,7 @@ void TestDialogs::dialogOpensAboveThePinnedWindow()
     QDialog dialog;
     dialog.resize(300, 200);
     for (int i = 0; i < 2; ++i) { // a dialog that is used again must come up above again
-        WhenModal open([&](QWidget *widget) {
+        WhenModal open([&](const QWidget *widget) {
             QCOMPARE(widget, &dialog);
             QCOMPARE(dialog.windowHandle()->transientParent(), host.windowHandle());
             QVERIFY(!dialog.parentWidget());

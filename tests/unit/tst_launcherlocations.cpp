@@ -58,7 +58,7 @@ QByteArray TestLauncherLocations::playerArgument(const QString &location, const 
     QProcess sh;
     sh.setWorkingDirectory(folder);
     sh.start("sh", {"-euc", ". " SOURCE_DIR "/packaging/locations.sh\n" + command, "sh", location});
-    const QByteArray argument = shell(command, location, folder);
+    QByteArray argument = shell(command, location, folder);
     if (!sh.waitForFinished() || sh.readAllStandardOutput() != argument)
         return "different in another shell";
     return argument;

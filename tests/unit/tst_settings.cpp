@@ -336,7 +336,7 @@ void TestSettings::tabOrder()
         dialog.ui->cancelBtn,         dialog.ui->tabWidget->findChild<QTabBar *>(),
         dialog.ui->softDecRaBtn,
     };
-    for (QWidget *next : order) {
+    for (const QWidget *next : order) {
         QTest::keyClick(dialog.focusWidget(), Qt::Key_Tab);
         QCOMPARE(dialog.focusWidget(), next);
     }

@@ -272,21 +272,21 @@ void TestStartup::notTheFirstStart()
 
 void TestStartup::firstStartWithoutHardware_data()
 {
-    QTest::addColumn<int>("decodeFlag");
+    QTest::addColumn<int>("mode");
     QTest::newRow("software") << 0;
     QTest::newRow("threads") << 1;
 }
 
 void TestStartup::firstStartWithoutHardware()
 {
-    QFETCH(int, decodeFlag);
+    QFETCH(int, mode);
     installPackageTool("");
-    ::decodeFlag = decodeFlag;
+    decodeFlag = mode;
     firstStartFlag = 1;
     QVERIFY(passFirstStart());
     QCOMPARE(packageToolRuns(), 0);
     QCOMPARE(readFile(root->configFile()), QByteArray("[DEFAULT]\nfirst_start=0\n"));
-    QCOMPARE(::decodeFlag, decodeFlag);
+    QCOMPARE(decodeFlag, mode);
 }
 
 void TestStartup::firstStartWithHardware_data()

@@ -108,6 +108,7 @@ void TestTitleBar::buttonsAsBuilt()
     TitleBar bar;
     auto *button = qobject_cast<QPushButton *>(bar.layout()->itemAt(index)->widget());
     QVERIFY(button);
+    // cppcheck-suppress constVariable // the array is const, what it points to need not be
     QPushButton *const fields[] = {bar.m_thumbtackBtn, bar.m_memuButton, bar.m_minimizeButton,
                                    bar.m_maximizeButton, bar.m_closeButton};
     QCOMPARE(button, fields[index - 4]);

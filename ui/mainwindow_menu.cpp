@@ -25,6 +25,7 @@ void MainWindow::contextMenuEvent(QContextMenuEvent *event)
         SLOT(showVideoInfoFuc()),
     };
     fillPlaybackMenu(menu, this, kind);
+    // cppcheck-suppress nullPointerRedundantCheck // it may end with the window while it is open
     menu->exec(QCursor::pos());
     if (menu)
         releaseMenuWindows(menu);

@@ -36,10 +36,10 @@ public:
             object = changedObject(object);
             array = changedArray(array);
         }
-        const QJsonDocument changed =
+        const QJsonDocument result =
             document.isArray() ? QJsonDocument(array) : QJsonDocument(object);
         const QByteArray json =
-            changed.toJson(below(4) == 0 ? QJsonDocument::Compact : QJsonDocument::Indented);
+            result.toJson(below(4) == 0 ? QJsonDocument::Compact : QJsonDocument::Indented);
         if (size_t(json.size()) > maxSize)
             return LLVMFuzzerMutate(data, size, maxSize);
         std::copy(json.begin(), json.end(), data);

@@ -263,7 +263,7 @@ void TestHistoryKill::killedAtRandom_data()
 void TestHistoryKill::killedAtRandom()
 {
     QFETCH(int, entries);
-    const int rounds = ::rounds(25, 250);
+    const int kills = rounds(25, 250);
     const QString path = root->historyFile();
     const QString model = path + ".model";
     fillAddrList(entries);
@@ -272,7 +272,7 @@ void TestHistoryKill::killedAtRandom()
     QRandomGenerator random(4711);
     int step = 0;
     QSet<int> interrupted;
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < kills; ++round) {
         writeFile(model, readFile(path));
         QProcess worker;
         worker.start(QCoreApplication::applicationFilePath(),

@@ -49,7 +49,7 @@ private slots:
 
 void TestSettingsKill::killedAtRandom()
 {
-    const int rounds = ::rounds(25, 500);
+    const int kills = rounds(25, 500);
     InstallRoot root;
     LogCapture log;
     const QString lock = root.configFile() + ".lock";
@@ -57,7 +57,7 @@ void TestSettingsKill::killedAtRandom()
     setDefaultConfig("0", SettingDefaultVolum);
     QRandomGenerator random(4711);
     int step = 1;
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < kills; ++round) {
         QProcess worker;
         worker.start(QCoreApplication::applicationFilePath(),
                      {"--child", root.path(), QString::number(step)});

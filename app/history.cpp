@@ -287,16 +287,19 @@ void addToAddrList(QString addr)
 
 bool isAddrSlot(int index) { return index >= 0 && index < kHistoryCapacity; }
 
-int checkAddrExist(QString addr)
+int indexOfAddr(const QString &addr, int likely)
 {
-    const QString wanted = withoutFilePrefix(addr);
+    if (isAddrSlot(likely) && addrlist[likely].addr == addr)
+        return likely;
     const int count = qMin(addrNum, kHistoryCapacity);
     for (int i = 0; i < count; ++i) {
-        if (addrlist[i].addr == wanted)
+        if (addrlist[i].addr == addr)
             return i;
     }
     return -1;
 }
+
+int checkAddrExist(QString addr) { return indexOfAddr(withoutFilePrefix(addr)); }
 
 void saveLastPlayTime(int index, int seconds)
 {

@@ -44,6 +44,10 @@ void addToAddrList(QString addr);
 // Whether index lies in addrlist, whose entries end before addrNum.
 bool isAddrSlot(int index);
 
+// Index of the entry with exactly this address, or -1; likely is looked at first, as a history
+// edited by hand may hold an address twice.
+int indexOfAddr(const QString &addr, int likely = -1);
+
 // Index of the entry with this address, or -1. A leading "file://" is ignored.
 int checkAddrExist(QString addr);
 

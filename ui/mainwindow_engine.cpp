@@ -20,20 +20,6 @@ constexpr int kStartTimeout = 30000; // ms
 // Output that stays unread (while paused, or because no line ends) is dropped beyond this.
 constexpr qint64 kUnreadLimit = 1 << 20;
 
-// The entry with exactly this address, or -1; likely is looked at first, as a history edited by
-// hand may hold an address twice.
-int entryNumber(const QString &addr, int likely)
-{
-    if (isAddrSlot(likely) && addrlist[likely].addr == addr)
-        return likely;
-    const int count = qMin(addrNum, kHistoryCapacity);
-    for (int i = 0; i < count; ++i) {
-        if (addrlist[i].addr == addr)
-            return i;
-    }
-    return -1;
-}
-
 void startEngine(const QString &program, const QStringList &arguments, int index)
 {
     qDebug() << "arglist:" << arguments;
@@ -309,6 +295,6 @@ void MainWindow::makeWayFor(int index)
         on_stopBtn_clicked();
     if (playinglist.state == 0 || (index >= 0 && addrlist[index].addr == loadedAddr))
         return;
-    playinglist.addrIndex = entryNumber(loadedAddr, playinglist.addrIndex);
+    playinglist.addrIndex = indexOfAddr(loadedAddr, playinglist.addrIndex);
     on_stopBtn_clicked();
 }

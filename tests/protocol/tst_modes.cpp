@@ -1,14 +1,9 @@
-// Full screen and back, the bar that comes and goes there, activation, cursors, staying on top.
+// Full screen and back, the bar that comes there, staying on top.
 #include "screen.h"
 #include "windowbench.h"
 
 #include <QLabel>
-#include <QMouseEvent>
 #include <QPushButton>
-#include <QSignalSpy>
-#include <QToolButton>
-
-#include <functional>
 
 class TestModes : public QObject {
     Q_OBJECT
@@ -37,27 +32,14 @@ private slots:
     void barTitle_data();
     void barTitle();
     void speedIsCopied();
-    void deactivationHidesTheBar();
-    void popUpsGoWithTheActivation();
-    void popUpGoesWithTheBar_data();
-    void popUpGoesWithTheBar();
-    void filterConsumesActivationOnly();
-
-    void mouseHideBlanksTheCursor();
-    void gripCursor();
-    void moveDismissesTheSpeedPopUp_data();
-    void moveDismissesTheSpeedPopUp();
 
     void alwaysOnTop();
 
 private:
-    void move(const QPoint &point);
     QList<QWidget *> normalWidgets() const;
-    bool barShown() const { return bench->window->fsvc->state && bench->window->fsvc->isVisible(); }
-    bool barHidden() const
-    {
-        return !bench->window->fsvc->state && !bench->window->fsvc->isVisible();
-    }
+    void move(const QPoint &point) { bench->move(point); }
+    bool barShown() const { return bench->barShown(); }
+    bool barHidden() const { return bench->barHidden(); }
 
     QScopedPointer<WindowBench> bench;
     TestWindow *window = nullptr;
@@ -72,13 +54,6 @@ void TestModes::init()
     screen = QRect(0, 0, window->screenWidth, window->screenHeight);
     // Away from the video and from the buttons: no move comes from the real mouse.
     window->fsvc->mouseTimer->stop();
-}
-
-void TestModes::move(const QPoint &point)
-{
-    QMouseEvent event(QEvent::MouseMove, point, window->mapToGlobal(point), Qt::NoButton,
-                      Qt::NoButton, Qt::NoModifier);
-    window->mouseMoveEvent(&event);
 }
 
 QList<QWidget *> TestModes::normalWidgets() const
@@ -419,155 +394,6 @@ void TestModes::speedIsCopied()
     fullScreenFlag = false;
 }
 
-void TestModes::deactivationHidesTheBar()
-{
-    QVERIFY(bench->enterFullScreen());
-    move(QPoint(300, 300));
-    QVERIFY(barShown());
-    QVERIFY(QTest::qWaitForWindowExposed(window->fsvc));
-    QWidget other;
-    other.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&other));
-    other.activateWindow();
-    QTRY_VERIFY(!window->windowActiveFlag);
-    QVERIFY(barHidden());
-    move(QPoint(310, 300));
-    QVERIFY(barHidden());
-    window->activateWindow();
-    QTRY_VERIFY(window->windowActiveFlag);
-    QVERIFY(barHidden()); // only a movement brings it
-    move(QPoint(320, 300));
-    QVERIFY(barShown());
-}
-
-// The pop-ups are never the active window, so they get no notice of their own.
-void TestModes::popUpsGoWithTheActivation()
-{
-    window->sw->toggleAtCursor(2);
-    QVERIFY(QTest::qWaitForWindowExposed(window->sw));
-    window->fsvc->sw->toggleAtCursor(2);
-    QVERIFY(QTest::qWaitForWindowExposed(window->fsvc->sw));
-    QVERIFY(window->windowActiveFlag && window->sw->isVisible());
-    QWidget other;
-    other.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&other));
-    other.activateWindow();
-    QTRY_VERIFY(!window->windowActiveFlag);
-    QVERIFY(!window->sw->isVisible() && window->sw->state == 0);
-    QVERIFY(!window->fsvc->sw->isVisible() && window->fsvc->sw->state == 0);
-}
-
-void TestModes::popUpGoesWithTheBar_data()
-{
-    QTest::addColumn<int>("key");
-    QTest::newRow("Alt") << int(Qt::Key_Alt);
-    QTest::newRow("Escape") << int(Qt::Key_Escape);
-    QTest::newRow("left otherwise") << 0;
-}
-
-void TestModes::popUpGoesWithTheBar()
-{
-    QFETCH(int, key);
-    QVERIFY(bench->enterFullScreen());
-    move(QPoint(300, 300));
-    QVERIFY(barShown());
-    window->fsvc->sw->toggleAtCursor(2);
-    QVERIFY(window->fsvc->sw->isVisible());
-    if (key)
-        QTest::keyClick(window, static_cast<Qt::Key>(key));
-    else
-        window->showNormalWin();
-    QVERIFY(barHidden());
-    QVERIFY(!window->fsvc->sw->isVisible() && window->fsvc->sw->state == 0);
-    QCOMPARE(fullScreenFlag, key == Qt::Key_Alt);
-}
-
-void TestModes::filterConsumesActivationOnly()
-{
-    window->windowActiveFlag = false;
-    QEvent activate(QEvent::WindowActivate);
-    QEvent deactivate(QEvent::WindowDeactivate);
-    QVERIFY(window->eventFilter(window, &activate));
-    QVERIFY(window->windowActiveFlag);
-    window->fsvc->show();
-    window->fsvc->state = true;
-    for (QObject *other :
-         {static_cast<QObject *>(window->fsvc), static_cast<QObject *>(window->ui->playWidget)}) {
-        QVERIFY(!window->eventFilter(other, &deactivate));
-        QVERIFY(window->windowActiveFlag && barShown());
-    }
-    QVERIFY(window->eventFilter(window, &deactivate));
-    QVERIFY(!window->windowActiveFlag && barHidden());
-    QVERIFY(!window->eventFilter(window->fsvc, &activate));
-    QVERIFY(!window->windowActiveFlag);
-    for (int type = 1; type < QEvent::User; ++type) {
-        QEvent event(static_cast<QEvent::Type>(type));
-        const bool ours = type == QEvent::WindowActivate || type == QEvent::WindowDeactivate;
-        QCOMPARE(window->eventFilter(window, &event), ours);
-    }
-    // And it is installed on the window itself.
-    window->windowActiveFlag = false;
-    QApplication::sendEvent(window, &activate);
-    QVERIFY(window->windowActiveFlag);
-}
-
-void TestModes::mouseHideBlanksTheCursor()
-{
-    QVERIFY(bench->enterFullScreen());
-    move(QPoint(300, 300));
-    LogCapture log;
-    QVERIFY(QMetaObject::invokeMethod(window->fsvc->mouseTimer, "timeout"));
-    QCOMPARE(log.lines().filter("recv"), QStringList("recv hide signal"));
-    QCOMPARE(window->cursor().shape(), Qt::BlankCursor);
-    QVERIFY(barHidden());
-    move(QPoint(310, 300));
-    QCOMPARE(window->cursor().shape(), Qt::ArrowCursor);
-    QVERIFY(barShown());
-}
-
-void TestModes::gripCursor()
-{
-    QWidget *grip = window->ui->resizeBtn;
-    grip->move(400, 300);
-    const struct {
-        QPoint point;
-        Qt::CursorShape shape;
-    } places[] = {{{405, 305}, Qt::SizeFDiagCursor}, {{401, 301}, Qt::SizeFDiagCursor},
-                  {{409, 309}, Qt::SizeFDiagCursor}, {{400, 305}, Qt::ArrowCursor},
-                  {{405, 300}, Qt::ArrowCursor},     {{410, 305}, Qt::ArrowCursor},
-                  {{405, 310}, Qt::ArrowCursor}};
-    for (const auto &place : places) {
-        window->setCursor(Qt::WaitCursor);
-        move(place.point);
-        QCOMPARE(window->cursor().shape(), place.shape);
-    }
-}
-
-void TestModes::moveDismissesTheSpeedPopUp_data()
-{
-    QTest::addColumn<QPoint>("fromCorner");
-    QTest::addColumn<bool>("kept");
-    QTest::newRow("first pixel inside") << QPoint(1, 1) << true;
-    QTest::newRow("last pixel inside") << QPoint(40, 34) << true;
-    QTest::newRow("left edge") << QPoint(0, 10) << false;
-    QTest::newRow("top edge") << QPoint(10, 0) << false;
-    QTest::newRow("right edge") << QPoint(41, 10) << false;
-    QTest::newRow("bottom edge") << QPoint(10, 35) << false;
-    QTest::newRow("far away") << QPoint(-300, -300) << false;
-}
-
-void TestModes::moveDismissesTheSpeedPopUp()
-{
-    QFETCH(QPoint, fromCorner);
-    QFETCH(bool, kept);
-    QCOMPARE(window->ui->speedSetBtn->size(), QSize(41, 35));
-    window->sw->toggleAtCursor(2);
-    QVERIFY(window->sw->isVisible() && window->sw->state == 1);
-    move(window->ui->speedSetBtn->pos() + fromCorner);
-    QCOMPARE(window->sw->isVisible(), kept);
-    QCOMPARE(window->sw->state, kept ? 1 : 0);
-}
-
 void TestModes::alwaysOnTop()
 {
     LogCapture log;
@@ -577,8 +403,8 @@ void TestModes::alwaysOnTop()
     QList<qulonglong> ids;
     for (QWidget *widget : qAsConst(natives))
         ids << widget->internalWinId();
-    const QPoint centre((screen.width() - window->width()) / 2,
-                        (screen.height() - window->height()) / 2);
+    const QPoint centre((window->screenWidth - window->width()) / 2,
+                        (window->screenHeight - window->height()) / 2);
     for (const bool onTop : {true, false, true, true, false}) {
         window->move(11, 22);
         QTRY_COMPARE(window->pos(), QPoint(11, 22));

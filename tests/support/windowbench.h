@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEvent>
+#include <QMouseEvent>
 #include <QProcess>
 #include <QScopedPointer>
 #include <QStringList>
@@ -82,6 +83,17 @@ public:
     {
         window->on_fullScreenBtn_clicked();
         return QTest::qWaitFor([this] { return fillsScreen(); }, 15000);
+    }
+
+    bool barShown() const { return window->fsvc->state && window->fsvc->isVisible(); }
+    bool barHidden() const { return !window->fsvc->state && !window->fsvc->isVisible(); }
+
+    // A movement of the mouse without a button held, straight to the window.
+    void move(const QPoint &point) const
+    {
+        QMouseEvent event(QEvent::MouseMove, point, window->mapToGlobal(point), Qt::NoButton,
+                          Qt::NoButton, Qt::NoModifier);
+        window->mouseMoveEvent(&event);
     }
 
     bool fillsScreen() const

@@ -37,6 +37,8 @@ void checkSearch(const QString &text)
     require(checkAddrExist("file://" + text) == 0, "an address is found by its URL");
     require(checkAddrExist("file://" + text + 'x') == 1, "the right one is found");
     require(checkAddrExist("file://" + text + 'y') == -1, "an unknown one is not found");
+    for (int likely : {-1, 0, 1, kHistoryCapacity})
+        require(indexOfAddr(text, likely) == 0, "where it was looked for first changes nothing");
     if (!text.startsWith("file"))
         require(checkAddrExist(text) == 0, "a path is found as it is");
 }

@@ -125,6 +125,7 @@ private slots:
     void keepsLittleOfWhatIsUnread_data();
     void keepsLittleOfWhatIsUnread();
     void inputThatNobodyReads();
+    void destroyedWhileNothingIsRead();
     void crashesAtEachCommand_data();
     void crashesAtEachCommand();
     void crashesAtQuit();
@@ -310,16 +311,18 @@ void TestHostileEngine::keepsLittleOfWhatIsUnread()
         window->ui->processSlider->setSliderDown(false);
 }
 
+static void sendMuch()
+{
+    for (int i = 0; i < 20000; ++i)
+        writeToEngine("seek 1000000 2\n");
+}
+
 // A full pipe: what doesn't fit waits in the player and neither blocks it nor the end.
 void TestHostileEngine::inputThatNobodyReads()
 {
     engine->atStart(EngineAction::stopReading(60000));
     start();
     Heartbeat heart;
-    const auto sendMuch = [] {
-        for (int i = 0; i < 20000; ++i)
-            writeToEngine("seek 1000000 2\n");
-    };
     QTimer::singleShot(100, window.data(), sendMuch);
     heart.watch(1500);
     QVERIFY2(heart.isSteady(), heart.report());
@@ -328,6 +331,20 @@ void TestHostileEngine::inputThatNobodyReads()
     start();
     sendMuch();
     closeInTime();
+}
+
+// Without a kill the end of the window would wait until the engine has read everything.
+void TestHostileEngine::destroyedWhileNothingIsRead()
+{
+    engine->atStart(EngineAction::stopReading(60000));
+    start();
+    sendMuch();
+    QVERIFY(playinglist.process_mplayer->bytesToWrite() > 100000);
+    QElapsedTimer clock;
+    clock.start();
+    window.reset();
+    QVERIFY2(clock.elapsed() < stopLimit, qPrintable(QString::number(clock.elapsed())));
+    QTRY_VERIFY_WITH_TIMEOUT(engine->runningEngines().isEmpty(), stopLimit);
 }
 
 void TestHostileEngine::crashesAtEachCommand_data()

@@ -47,7 +47,7 @@ void startRandomNumbers()
 {
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
-    qsrand(1);
+    qsrand(1); // cppcheck-suppress qsrandCalled // the generator of the player
     QT_WARNING_POP
 }
 
@@ -55,7 +55,7 @@ int nextRandomNumber()
 {
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
-    return qrand();
+    return qrand(); // cppcheck-suppress qrandCalled // likewise
     QT_WARNING_POP
 }
 

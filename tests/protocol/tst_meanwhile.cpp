@@ -124,13 +124,14 @@ void TestMeanwhile::clickBeforeAWarning()
 // The box doesn't keep the desktop from dropping files on the window.
 void TestMeanwhile::dropDuringAWarning()
 {
-    PlayerBench bench(1);
+    PlayerBench bench(2);
     askForHardware(1);
     addrlist[0].last_play_time = 100;
+    addrlist[1].last_play_time = 60;
     lastTimePlayFlag = true;
     TestWindow &window = bench.open(true);
     QMimeData data;
-    data.setUrls({QUrl("file:///f/dropped.mp4")});
+    data.setUrls({QUrl("file:///f/1.mp4")});
     QDropEvent drop(QPointF(10, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     WhenModal warning([&](QWidget *box) {
         window.dropEvent(&drop);
@@ -141,8 +142,8 @@ void TestMeanwhile::dropDuringAWarning()
     QVERIFY(bench.engine.waitForStarts(1));
     bench.poll();
     QVERIFY(bench.engine.waitForInput(pollPair));
-    QCOMPARE(bench.played(), QStringList("/f/dropped.mp4"));
-    QCOMPARE(withoutPolls(bench.engine.input()), QByteArrayList{"polls"});
+    QCOMPARE(bench.played(), QStringList("/f/1.mp4"));
+    QCOMPARE(withoutPolls(bench.engine.input()), QByteArrayList({"seek 55 2", "polls"}));
     QCOMPARE(playinglist.addrIndex, 1);
     QVERIFY(playingState);
     QVERIFY(!bench.log.contains("already running"));

@@ -272,7 +272,8 @@ void TestHistoryKill::killedAtRandom()
     QRandomGenerator random(4711);
     int step = 0;
     QSet<int> interrupted;
-    for (int round = 0; round < kills; ++round) {
+    // On, if need be, until each kind of step was interrupted.
+    for (int round = 0; round < kills || interrupted.size() < 3; ++round) {
         writeFile(model, readFile(path));
         QProcess worker;
         worker.start(QCoreApplication::applicationFilePath(),

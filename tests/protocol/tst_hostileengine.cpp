@@ -456,8 +456,8 @@ void TestHostileEngine::cannotBeStarted()
     QVERIFY2(heart.isSteady(), heart.report());
     const QStringList starts = log->lines().filter("arglist:");
     QVERIFY2(starts.size() >= 3 && starts.size() <= 5, qPrintable(QString::number(starts.size())));
-    QVERIFY(!engineRuns());
-    QVERIFY(Processes::zombieChildrenOf(QCoreApplication::applicationPid()).isEmpty());
+    QTRY_VERIFY(!engineRuns()); // one that ends at once may just have been started
+    QTRY_VERIFY(Processes::zombieChildrenOf(QCoreApplication::applicationPid()).isEmpty());
     stopInTime();
     window->on_playBtn_clicked();
     writeToEngine("pause\n");

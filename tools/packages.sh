@@ -37,11 +37,6 @@ test_packages=(
     librsvg2-bin
 )
 
-# What tests/mutate is written in; nothing else needs it.
-mutation_packages=(
-    python3
-)
-
 # What bench/run adds: a private install root, and the screen's pixels.
 bench_packages=(
     bubblewrap

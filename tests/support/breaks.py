@@ -48,7 +48,8 @@ class Place:
         while before[same_above] == after[same_above]:
             same_above += 1
         same_below = 0
-        while same_below < min(len(before), len(after)) - same_above and before[-1 - same_below] == after[-1 - same_below]:
+        most = min(len(before), len(after)) - same_above
+        while same_below < most and before[-1 - same_below] == after[-1 - same_below]:
             same_below += 1
         return [f"-{line}" for line in before[same_above : len(before) - same_below]] + [
             f"+{line}" for line in after[same_above : len(after) - same_below]

@@ -1,10 +1,12 @@
 // The second engine. Its place is fixed, so this program runs itself again where the stand-in is
 // bound to it.
 #include "enginecommands.h"
+#include "engineprocess.h"
 #include "playerbench.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 
 #include <cstdlib>
 #include <unistd.h>
@@ -25,6 +27,7 @@ private slots:
     void startSetsNeitherTimerNorTitles();
     void pauseCommands();
     void restartSendsNoQuit();
+    void restartOfOneThatReadsNothing();
     void restartAfterTheOtherEngine();
     void stopSendsQuit();
     void resumes();
@@ -127,6 +130,23 @@ void TestMpv::restartSendsNoQuit()
     QCOMPARE(bench->engine.runningEngines(), QList<qint64>() << bench->engine.last().pid);
     QCOMPARE(bench->played(), QStringList({"/f/0.mp4", "/f/2.mp4"}));
     QCOMPARE(playinglist.addrIndex, 2);
+}
+
+// Only closed, it would first have to read all that was sent to it.
+void TestMpv::restartOfOneThatReadsNothing()
+{
+    bench->engine.atStart(EngineAction::stopReading(60000));
+    TestWindow &window = openWithMpv();
+    bench->play(0);
+    QVERIFY(bench->engine.waitForStarts(1));
+    for (int i = 0; i < 20000; ++i)
+        writeToEngine("seek 1000000 2\n");
+    QVERIFY(playinglist.process_mplayer->bytesToWrite() > 100000);
+    QElapsedTimer clock;
+    clock.start();
+    window.softAndVdpauPlay(2);
+    QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY(bench->engine.waitForStarts(2));
 }
 
 void TestMpv::restartAfterTheOtherEngine()

@@ -66,7 +66,7 @@ void MainWindow::openAndDragFile(QString path)
 
 QString MainWindow::chooseLocalFile(const QString &filter)
 {
-    const QString name = QFileDialog::getOpenFileName(this, tr("选择本地文件"), "/home", filter);
+    QString name = QFileDialog::getOpenFileName(this, tr("选择本地文件"), "/home", filter);
     qDebug() << "Input Filename:" << name;
     return name;
 }

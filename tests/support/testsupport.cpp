@@ -70,7 +70,8 @@ QJsonArray storedEntries(const QString &historyFile)
 QStringList storedAddresses(const QString &historyFile)
 {
     QStringList addresses;
-    for (const QJsonValue &entry : storedEntries(historyFile))
+    const QJsonArray entries = storedEntries(historyFile);
+    for (const QJsonValue &entry : entries)
         addresses << entry.toObject().value("addr").toString();
     return addresses;
 }

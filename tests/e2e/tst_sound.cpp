@@ -81,9 +81,11 @@ void TestSound::volumeAndMute()
     QVERIFY(player.waitForLog("volum is  20"));
     double low = levelWhen(pulse, [&](double level) { return level < loud * 0.6; });
     // The first quieter piece may still hold some of the louder sound: until it falls no more.
-    for (double next = PrivatePulse::level(pulse.record(500)); next < low * 0.8;
-         next = PrivatePulse::level(pulse.record(500)))
+    double next = PrivatePulse::level(pulse.record(500));
+    while (next < low * 0.8) {
         low = next;
+        next = PrivatePulse::level(pulse.record(500));
+    }
     QVERIFY2(low < loud * 0.6 && low > 0.0001, qPrintable(number(low) + " of " + number(loud)));
 
     hands.click(PlayerHands::Mute);

@@ -383,10 +383,10 @@ static int runClosedInput(int argc, char *argv[])
     signal(SIGPIPE, SIG_DFL);
     QCoreApplication application(argc, argv);
     EngineProcess engine;
-    playinglist.process_mplayer = &engine;
     engine.start("/bin/sh", {"-c", "exec 0<&-; echo closed; exec sleep 600"});
     if (!engine.waitForReadyRead())
         return 1;
+    playinglist.process_mplayer = &engine;
     for (int i = 0; i < 10; ++i) {
         writeToEngine("pause\n");
         engine.waitForBytesWritten(100);

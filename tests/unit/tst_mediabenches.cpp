@@ -115,7 +115,8 @@ void TestMediaBenches::clipsAreWhatTheySay()
                     {"-v", "error", "-of", "json", "-show_streams", "-show_format", clip}))
             .object();
     QStringList found;
-    for (const QJsonValue &stream : probed["streams"].toArray())
+    const QJsonArray streams = probed["streams"].toArray();
+    for (const QJsonValue &stream : streams)
         found << stream["codec_name"].toString();
     QCOMPARE(found, codecs);
     QVERIFY(qAbs(probed["format"]["duration"].toString().toDouble() - seconds) < 0.2);

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 // The URLs of the command line are kept for the life of the program on purpose.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the leak checker asks for it by this name
 extern "C" const char *__lsan_default_suppressions();
 extern "C" const char *__lsan_default_suppressions() { return "leak:storeCommandLineLocations\n"; }
 

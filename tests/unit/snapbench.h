@@ -138,16 +138,25 @@ public:
             qFatal("cannot move %s", qPrintable(name));
     }
     // Requests and puts one picture, and gives the name it was filed under. On a machine that
-    // stands still for seconds the picture is too old when it is seen: try another one then.
+    // stands still for seconds the picture is too old when it is seen, or the worker still counts
+    // down for the one before: try another one then. A late report of an earlier picture, which is
+    // gone, is not this one's.
     QString file(const QString &name)
     {
         for (int attempt = 0; attempt < 5; ++attempt) {
             const int before = reported().size();
+            QString filed;
             worker.snapCount = 1;
             put(name, name.toUtf8());
-            const auto seen = [=] { return reported().size() > before; };
+            const auto seen = [&] {
+                for (const QString &path : reported().mid(before)) {
+                    if (readFile(path) == name.toUtf8())
+                        filed = path;
+                }
+                return !filed.isEmpty();
+            };
             if (QTest::qWaitFor(seen, 5000))
-                return reported().at(before);
+                return filed;
             QFile::remove(folder + name);
         }
         return QString();

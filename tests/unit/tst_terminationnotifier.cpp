@@ -1,5 +1,7 @@
 #include "terminationnotifier.h"
 
+#include "ownprocess.h"
+
 #include <QApplication>
 #include <QDialog>
 #include <QMenu>
@@ -52,6 +54,7 @@ private slots:
     void loopsAfterTheSignalEndAtOnce();
     void mainLoopAfterTheSignalEnds();
     void handlersComeAndGo();
+    void pipeIsGivenBack();
     void handlerIsHarmless();
     void pipeIsNotInherited();
 };
@@ -195,6 +198,16 @@ void TestTerminationNotifier::handlersComeAndGo()
     }
     for (int i = 0; i < 3; ++i)
         QVERIFY(actionOf(kEndingSignals[i]).sa_handler == previous[i]);
+}
+
+void TestTerminationNotifier::pipeIsGivenBack()
+{
+    const int before = OwnProcess::openFiles();
+    for (int i = 0; i < 3; ++i) {
+        const TerminationNotifier notifier;
+        QCOMPARE(OwnProcess::openFiles(), before + 2);
+    }
+    QCOMPARE(OwnProcess::openFiles(), before);
 }
 
 void TestTerminationNotifier::handlerIsHarmless()

@@ -26,6 +26,7 @@ private slots:
 
 private:
     void pauseAt(int index, int count);
+    void pauseEntry(int index);
     QByteArrayList played() const;
 
     std::optional<InstallRoot> root;
@@ -56,6 +57,11 @@ void TestPausedEngine::pauseAt(int index, int count)
         addrlist[i].type = 1;
     }
     addrNum = count;
+    pauseEntry(index);
+}
+
+void TestPausedEngine::pauseEntry(int index)
+{
     window.emplace();
     playinglist.addrIndex = index;
     window->on_playBtn_clicked();
@@ -99,18 +105,10 @@ void TestPausedEngine::entriesEditedByHand()
 {
     QFETCH(QString, first);
     QFETCH(QString, second);
-    for (HistoryAddrList &entry : addrlist)
-        entry = {};
     addrlist[0].addr = first;
     addrlist[1].addr = second;
     addrNum = 2;
-    window.emplace();
-    playinglist.addrIndex = 1;
-    window->on_playBtn_clicked();
-    QVERIFY(engine->waitForStarts(1));
-    QTRY_COMPARE(window->ui->processSlider->maximum(), 100);
-    QTRY_COMPARE(window->currentPosition, 40);
-    window->on_playBtn_clicked();
+    pauseEntry(1);
     window->openAndDragFile("/new.mp4");
     QVERIFY(engine->waitForStarts(2));
     QCOMPARE(addrlist[0].last_play_time, 0);

@@ -6,6 +6,8 @@
 #include "toolbench.h"
 
 #include <QFile>
+#include <QLabel>
+#include <QMessageBox>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -37,6 +39,24 @@ private slots:
 namespace {
 
 const QString notice = QStringLiteral("提示");
+
+// Whether the box on the screen shows this text: its label looks like that of such a box here.
+bool boxShows(qulonglong box, const QString &text)
+{
+    QMessageBox same(QMessageBox::NoIcon, notice, text, QMessageBox::Ok);
+    same.ensurePolished();
+    same.adjustSize();
+    const QImage expected = same.grab().toImage().convertToFormat(QImage::Format_RGB32);
+    const auto *label = same.findChild<QLabel *>("qt_msgbox_label");
+    const QRect place(label->mapTo(&same, QPoint()), label->size());
+    return QTest::qWaitFor(
+        [&] {
+            const QImage shown = Screen::grab(Screen::geometry(box));
+            return shown.size() == expected.size() &&
+                shown.convertToFormat(QImage::Format_RGB32).copy(place) == expected.copy(place);
+        },
+        10000);
+}
 
 // Starts the player and sees that it lives, opens a file as far as it can, and ends properly.
 void startAndClose(InstalledPlayer &player, const QStringList &locations = {})
@@ -223,6 +243,7 @@ void TestStartup::hardwareBoxAtTheFirstStart()
     QVERIFY(player.start({"/films/a.mp4"}));
     const qulonglong box = player.dialog(notice);
     QVERIFY(box);
+    QVERIFY(boxShows(box, QStringLiteral("系统暂不支持硬解码!")));
     QCOMPARE(tools.dpkgCalls(), QList<QByteArrayList>({{"-l"}}));
     QVERIFY(player.logContains("dpkg -l|grep vdpau "));
     QVERIFY(player.logContains("checked count= 0"));

@@ -1,96 +1,72 @@
 #include "history.h"
 
 #include "common.h"
+#include "historysave.h"
 
 #include <QDebug>
 #include <QFile>
-#include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QSaveFile>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace {
-const QLatin1String kSettingsKey("settings");
-const QLatin1String kAddrKey("addr");
-const QLatin1String kLabelKey("label");
-const QLatin1String kTypeKey("type");
-const QLatin1String kWidthKey("width");
-const QLatin1String kHeightKey("height");
-const QLatin1String kFrameKey("frame");
-const QLatin1String kCodecTypeKey("codec_type");
-const QLatin1String kLastTimeKey("last_time");
-
 constexpr int kHexBufferSize = 16;
 
-QByteArray documentOf(const QJsonArray &entries)
+// The entries that a rewriting writes: up to the first without an address.
+HistoryEntries listedEntries(const HistoryAddrList *list)
 {
-    QJsonObject root;
-    root.insert(kSettingsKey, entries);
-    return QJsonDocument(root).toJson();
+    HistoryEntries entries;
+    int i = 0;
+    while (i < addrNum && i < kHistoryCapacity && !list[i].addr.isEmpty())
+        entries << list[i++];
+    return entries;
 }
 
-// The entries of a document of the history's shape. Returns false for every other shape.
-bool entriesOf(const QJsonDocument &document, QJsonArray *entries)
+// Writes content, which is what ours comes to. Where another player has saved meanwhile, it is what
+// comes of both lists.
+void rewrite(HistorySave &save, const HistoryEntries &ours, const QByteArray &content)
 {
-    const QJsonValue settings = document.object().value(kSettingsKey);
-    if (!settings.isArray())
-        return false;
-    *entries = settings.toArray();
-    return true;
+    save.keepDamaged();
+    QByteArray merged = content;
+    if (save.isShared()) {
+        const HistoryEntries both =
+            mergeHistories(HistorySave::known(), ours, historyEntries(save.content()));
+        merged = both.isEmpty() ? QByteArray() : historyDocument(both);
+    }
+    // A failure leaves the old file; there is nobody to tell.
+    save.replace(merged, {ours, {}}, merged != content);
 }
 
-bool canCreateFilesBeside(const QString &path)
+KnownHistory knownWith(const HistoryAddrList &entry)
 {
-    return access(QFile::encodeName(QFileInfo(path).absolutePath()).constData(), W_OK) == 0;
+    KnownHistory known = HistorySave::known();
+    known.entries << entry;
+    return known;
 }
 
-// A replaced file belongs to whoever wrote it last; after one run by the administrator its user
-// could no longer save. Returns false when the owner of old can't be kept.
-bool takeOverOwner(const QFile &old, const QSaveFile &replacement)
+// Another player may have opened the same film: it stays one entry, at the place stored there. The
+// oldest one makes room.
+void prepareFor(HistoryAddrList &entry, QJsonArray &elements)
 {
-    struct stat before;
-    struct stat after;
-    if (fstat(old.handle(), &before) != 0 || fstat(replacement.handle(), &after) != 0)
-        return false;
-    if (before.st_uid == after.st_uid && before.st_gid == after.st_gid)
-        return true;
-    return fchown(replacement.handle(), before.st_uid, before.st_gid) == 0;
+    for (int i = elements.size() - 1; i >= 0; --i) {
+        HistoryAddrList other;
+        if (entryFromJson(elements.at(i).toObject(), &other) && other.addr == entry.addr) {
+            entry.last_play_time = other.last_play_time;
+            elements.removeAt(i);
+        }
+    }
+    if (elements.size() >= kHistoryCapacity)
+        elements.removeFirst();
 }
 
-// Writes in place. Room is reserved first (where the disk can), so that a full one leaves the old
-// list.
-bool overwrite(QFile &file, const QByteArray &content)
+// Replaces what can't be parsed.
+void startAnew(HistorySave &save, const HistoryAddrList &entry)
 {
-    const int reserved = fallocate(file.handle(), FALLOC_FL_KEEP_SIZE, 0, content.size());
-    if (reserved != 0 && (errno == ENOSPC || errno == EDQUOT))
-        return false;
-    return file.seek(0) && file.write(content) == content.size() && file.flush() &&
-        file.resize(content.size());
-}
-
-// Gives the opened file new content in one step, so that a crash, a kill or a full disk leaves the
-// old list or the new one, never a part. Only where the file can't be replaced (folder not
-// writable, owner or mount not ours) it is written in place.
-bool replaceContent(QFile &file, const QByteArray &content)
-{
-    // A link stays a link: its target is what gets replaced.
-    const QString target = QFileInfo(file.fileName()).canonicalFilePath();
-    QSaveFile replacement(target);
-    if (!replacement.open(QIODevice::WriteOnly))
-        return !canCreateFilesBeside(target) && overwrite(file, content);
-    if (!takeOverOwner(file, replacement))
-        return overwrite(file, content);
-    if (replacement.write(content) != content.size() || !replacement.flush())
-        return false;
-    return replacement.commit() || overwrite(file, content);
+    qDebug() << "File open";
+    save.keepDamaged();
+    // A failure leaves the old file; there is nobody to tell.
+    save.replace(historyDocument({entry}), knownWith(entry), save.isShared());
+    qDebug() << "file closed" << defaultPlayPath;
 }
 
 // Both the list and the search know a local address by its plain path. Anything that begins with
@@ -117,46 +93,34 @@ unsigned hexDigit(char c)
         return unsigned(c - 'A') + 10;
     return 0;
 }
+
+// Fills addrlist from what the file holds.
+int loadEntries(const QByteArray &content)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(content);
+    if (document.isNull()) {
+        qDebug() << "Json file read err";
+        return -1;
+    }
+    qDebug() << "文件解析成功\n";
+
+    QJsonArray elements;
+    if (!historyElements(document, &elements))
+        return 0;
+    const int count = qMin(elements.size(), kHistoryCapacity);
+    for (int i = 0; i < count; ++i) {
+        // A refused element leaves its slot empty and uncounted: intended.
+        if (!entryFromJson(elements.at(i).toObject(), &addrlist[i]))
+            continue;
+        ++addrNum;
+        qDebug().nospace().noquote()
+            << addrlist[i].type << ":" << addrlist[i].addr << ":" << i << ":" << addrNum;
+    }
+    return 0;
+}
 } // namespace
 
 QString standardHistoryFile() { return startPath + "/files/config/config.json"; }
-
-QJsonObject entryToJson(const HistoryAddrList &entry)
-{
-    QJsonObject object;
-    object.insert(kAddrKey, entry.addr);
-    object.insert(kLabelKey, entry.label);
-    object.insert(kTypeKey, entry.type);
-    object.insert(kWidthKey, entry.width);
-    object.insert(kHeightKey, entry.height);
-    // JSON has no infinity: it would be stored as null, and the entry be lost at the next start.
-    object.insert(kFrameKey, qIsFinite(entry.frame) ? double(entry.frame) : 0.0);
-    object.insert(kCodecTypeKey, entry.codec_type);
-    object.insert(kLastTimeKey, entry.last_play_time);
-    return object;
-}
-
-bool entryFromJson(const QJsonObject &object, HistoryAddrList *entry)
-{
-    // A missing member reads as undefined, which is neither a string nor a number.
-    for (QLatin1String key : {kAddrKey, kLabelKey}) {
-        if (!object.value(key).isString())
-            return false;
-    }
-    for (QLatin1String key : {kTypeKey, kWidthKey, kHeightKey, kFrameKey, kCodecTypeKey}) {
-        if (!object.value(key).isDouble())
-            return false;
-    }
-    entry->type = object.value(kTypeKey).toInt();
-    entry->width = object.value(kWidthKey).toInt();
-    entry->height = object.value(kHeightKey).toInt();
-    entry->frame = float(object.value(kFrameKey).toDouble());
-    entry->addr = object.value(kAddrKey).toString();
-    entry->label = object.value(kLabelKey).toString();
-    entry->last_play_time = object.value(kLastTimeKey).toInt();
-    entry->codec_type = object.value(kCodecTypeKey).toInt();
-    return true;
-}
 
 int readJsonConfig(QString path)
 {
@@ -167,47 +131,35 @@ int readJsonConfig(QString path)
         qDebug() << "Json File open fail!";
         return -1;
     }
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
-    if (document.isNull()) {
-        qDebug() << "Json file read err";
-        return -1;
-    }
-    qDebug() << "文件解析成功\n";
-
-    QJsonArray entries;
-    if (!entriesOf(document, &entries))
-        return 0;
-    const int count = qMin(entries.size(), kHistoryCapacity);
-    for (int i = 0; i < count; ++i) {
-        // A refused element leaves its slot empty and uncounted: intended.
-        if (!entryFromJson(entries.at(i).toObject(), &addrlist[i]))
-            continue;
-        ++addrNum;
-        qDebug().nospace().noquote()
-            << addrlist[i].type << ":" << addrlist[i].addr << ":" << i << ":" << addrNum;
-    }
-    return 0;
+    const QByteArray content = file.readAll();
+    const int result = loadEntries(content);
+    rememberHistory(path, content, listedEntries(addrlist));
+    return result;
 }
 
 int insertJsonConfig(HistoryAddrList *entry)
 {
     qDebug() << "defaultPlayPath is---------->" << defaultPlayPath;
-    QFile file(defaultPlayPath);
-    if (!file.open(QIODevice::ReadWrite))
+    HistorySave save(defaultPlayPath);
+    if (!save.isOpen())
         return -1;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
+    const QJsonDocument document = QJsonDocument::fromJson(save.content());
     if (document.isNull()) {
         qDebug() << "Json file read err";
-        createJsonConfig(entry);
+        startAnew(save, *entry);
         return 0;
     }
     qDebug() << "文件解析成功\n";
 
-    QJsonArray entries;
-    if (!entriesOf(document, &entries))
+    QJsonArray elements;
+    if (!historyElements(document, &elements))
         return -1;
-    entries.append(entryToJson(*entry));
-    if (!replaceContent(file, documentOf(entries)))
+    save.keepDamaged();
+    HistoryAddrList stored = *entry;
+    if (save.isShared())
+        prepareFor(stored, elements);
+    elements.append(entryToJson(stored));
+    if (!save.replace(historyDocument(elements), knownWith(*entry), save.isShared()))
         return -1;
     qDebug() << "Json file insert";
     return 0;
@@ -215,51 +167,43 @@ int insertJsonConfig(HistoryAddrList *entry)
 
 void createJsonConfig(HistoryAddrList *entry)
 {
-    QFile file(defaultPlayPath);
-    if (!file.open(QIODevice::ReadWrite)) {
+    HistorySave save(defaultPlayPath);
+    if (!save.isOpen()) {
         qDebug() << "File Open error";
         return;
     }
-    qDebug() << "File open";
-    // A failure leaves the old file; there is nobody to tell.
-    replaceContent(file, documentOf({entryToJson(*entry)}));
-    file.close();
-    qDebug() << "file closed" << defaultPlayPath;
+    startAnew(save, *entry);
 }
 
 void varyJsonConfig(QString path, HistoryAddrList *list)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadWrite)) {
+    HistorySave save(path);
+    if (!save.isOpen()) {
         qDebug() << "Json File open fail!" << 138;
         return;
     }
     qDebug() << "Vary json message 0";
     if (addrNum == 0) {
-        file.resize(0);
+        rewrite(save, {}, QByteArray());
         return;
     }
 
     qDebug() << "Vary json message 1";
-    QJsonArray entries;
-    int i = 0;
-    while (i < addrNum && !list[i].addr.isEmpty()) {
-        entries.append(entryToJson(list[i]));
-        ++i;
-        if (i == kHistoryCapacity) {
-            qDebug() << "error while vary json config:too much";
-            break;
-        }
-    }
+    const HistoryEntries entries = listedEntries(list);
+    if (entries.size() == kHistoryCapacity)
+        qDebug() << "error while vary json config:too much";
     qDebug() << "Vary json message 1";
-    // A failure leaves the old file; there is nobody to tell.
-    replaceContent(file, documentOf(entries));
+    rewrite(save, entries, historyDocument(entries));
 }
 
 bool emptyHistoryFile(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadWrite) && file.resize(0);
+    HistorySave save(path);
+    if (!save.isOpen() || !save.replace(QByteArray(), {}, false))
+        return false;
+    if (path == defaultPlayPath)
+        QFile::remove(damagedHistoryCopy(path)); // it names films as well
+    return true;
 }
 
 void addToAddrList(QString addr)
@@ -306,6 +250,7 @@ void saveLastPlayTime(int index, int seconds)
     if (!isAddrSlot(index))
         return;
     addrlist[index].last_play_time = seconds;
+    rememberPlayed(addrlist[index].addr);
     varyJsonConfig(defaultPlayPath, addrlist);
 }
 

@@ -3,20 +3,12 @@
 // replaces the file in one step and reaches the disk before it returns.
 #pragma once
 
-#include <QJsonObject>
-#include <QString>
+#include "historyformat.h"
 
-struct HistoryAddrList;
+#include <QString>
 
 // Where the history lies unless the settings name another file.
 QString standardHistoryFile();
-
-// The JSON object of one entry: the eight stored members.
-QJsonObject entryToJson(const HistoryAddrList &entry);
-
-// Fills entry from a JSON object. Returns false, entry untouched, when a required member is missing
-// or has the wrong type.
-bool entryFromJson(const QJsonObject &object, HistoryAddrList *entry);
 
 // Loads the file at path (the standard one when empty) into addrlist and counts addrNum up.
 // Creates a missing file. Returns 0, or -1 when it can't be opened or parsed.

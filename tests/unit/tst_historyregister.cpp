@@ -11,6 +11,7 @@
 #include <QProcess>
 #include <QtTest>
 
+#include <atomic>
 #include <csignal>
 #include <thread>
 
@@ -342,12 +343,14 @@ void TestHistoryRegister::waitsForASave()
     QProcess holder;
     QVERIFY(holdElsewhere(holder, history));
     // It ends when this one stands before the lock.
-    std::thread ending([&, pid = pid_t(holder.processId()), path = onlyRegister()] {
-        while (!hasOpen(path))
+    std::atomic<bool> done{false};
+    std::thread ending([&done, pid = pid_t(holder.processId()), path = onlyRegister()] {
+        while (!done && !hasOpen(path))
             std::this_thread::yield();
         kill(pid, SIGKILL);
     });
     const bool locked = HistoryRegister(history).isLocked();
+    done = true;
     ending.join();
     QVERIFY(locked);
     QVERIFY(holder.waitForFinished(30000));

@@ -13,6 +13,7 @@
 
 InstalledPlayer::InstalledPlayer()
     : rootFolder(base.filePath(QStringLiteral("root")))
+    , standInRoot(rootFolder)
 {
     QDir().mkpath(home() + "/Pictures");
     QProcess install;
@@ -21,6 +22,13 @@ InstalledPlayer::InstalledPlayer()
                   {"--install", BUILD_FOLDER, "--prefix", rootFolder});
     if (!install.waitForFinished(60000) || install.exitCode() != 0)
         qFatal("cannot install the player: %s", install.readAll().constData());
+}
+
+InstalledPlayer::InstalledPlayer(const InstalledPlayer *beside)
+    : rootFolder(beside->root())
+    , standInRoot(base.filePath(QStringLiteral("engine")))
+{
+    QDir().mkpath(home() + "/Pictures");
 }
 
 InstalledPlayer::~InstalledPlayer()
@@ -53,7 +61,7 @@ void InstalledPlayer::setEnvironment(const QString &name, const QString &value)
 StandInEngine &InstalledPlayer::standIn()
 {
     if (!standInEngine) {
-        standInEngine.reset(new StandInEngine(root()));
+        standInEngine.reset(new StandInEngine(standInRoot));
         standInEngine->setSeenAs(rootInside() + "/files/bin/mplayer", mark());
     }
     return *standInEngine;

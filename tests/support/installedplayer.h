@@ -30,6 +30,9 @@ public:
 
     // Lays out the install root as "cmake --install" does.
     InstalledPlayer();
+    // A second player of the same install root, with a home and a stand-in engine of its own. To go
+    // before the other one.
+    explicit InstalledPlayer(const InstalledPlayer *beside);
     ~InstalledPlayer();
     InstalledPlayer(const InstalledPlayer &) = delete;
     InstalledPlayer &operator=(const InstalledPlayer &) = delete;
@@ -87,6 +90,7 @@ private:
 
     QTemporaryDir base;
     QString rootFolder;
+    QString standInRoot; // where the stand-in engine lies
     Root rootKind = Root::Normal;
     QString launcher = rootInside() + "/files/bin/tarnivo-player";
     QMap<QString, QString> variables;

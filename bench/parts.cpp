@@ -83,6 +83,7 @@ void measureHistory(const QString &folder, int count, int runs)
 {
     const QTemporaryDir place(folder + "/history-XXXXXX");
     const QString path = place.filePath(QStringLiteral("config.json"));
+    defaultPlayPath = path; // saved as the player's own
     const QByteArray plainPath = QFile::encodeName(place.filePath(QStringLiteral("plain")));
     Samples load;
     Samples save;

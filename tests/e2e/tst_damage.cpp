@@ -56,22 +56,24 @@ struct Damage {
     const char *name;
     QByteArray (*content)();
     int entries; // that are there after one was added: what comes after a bad one is lost
+    bool kept; // a copy of it, because something is lost
 };
 
 const Damage damages[] = {
-    {"50 MB of noise", [] { return noise(50 << 20); }, 1},
-    {"random bytes", [] { return noise(4096); }, 1},
+    {"50 MB of noise", [] { return noise(50 << 20); }, 1, true},
+    {"random bytes", [] { return noise(4096); }, 1, true},
     {"50 MB in one name", [] { return withText("label", '"' + QByteArray(50 << 20, 'x') + '"'); },
-     4},
-    {"10,000 entries", [] { return entriesText(10000); }, kHistoryCapacity},
+     4, false},
+    {"10,000 entries", [] { return entriesText(10000); }, kHistoryCapacity, false},
     {"deep nesting",
-     [] { return "{\"settings\":" + QByteArray(100000, '[') + QByteArray(100000, ']') + "}"; }, 1},
-    {"wrong type", [] { return withText("frame", "\"25\""); }, 3},
-    {"huge number", [] { return withText("last_time", "1e999"); }, 1},
-    {"big number", [] { return withText("last_time", "99999999999"); }, 4},
-    {"cut", [] { return entriesText(3).chopped(40); }, 1},
-    {"empty", [] { return QByteArray(); }, 1},
-    {"zeros", [] { return QByteArray(100000, '\0'); }, 1},
+     [] { return "{\"settings\":" + QByteArray(100000, '[') + QByteArray(100000, ']') + "}"; }, 1,
+     true},
+    {"wrong type", [] { return withText("frame", "\"25\""); }, 3, true},
+    {"huge number", [] { return withText("last_time", "1e999"); }, 1, true},
+    {"big number", [] { return withText("last_time", "99999999999"); }, 4, false},
+    {"cut", [] { return entriesText(3).chopped(40); }, 1, true},
+    {"empty", [] { return QByteArray(); }, 1, false},
+    {"zeros", [] { return QByteArray(100000, '\0'); }, 1, true},
 };
 
 // Plays a file and closes. The player must live for some polls.
@@ -143,12 +145,14 @@ void TestDamage::history()
     const QString path = player.historyFile();
     const QByteArray before = entriesText(3);
     int entries = kind == "link to nothing" ? 1 : 4;
+    QByteArray kept;
     if (replacements.contains(kind))
         QVERIFY(replaceFile(player, path, kind, before));
     for (const Damage &damage : damages) {
         if (kind == damage.name) {
             player.setHistory(damage.content());
             entries = damage.entries;
+            kept = damage.kept ? damage.content() : QByteArray();
         }
     }
 
@@ -166,6 +170,8 @@ void TestDamage::history()
         QCOMPARE(stored.last().toObject().value("addr").toString(), QString("/films/new.mp4"));
         QCOMPARE(QFileInfo(path).isSymLink(), kind.startsWith("link"));
     }
+    QCOMPARE(QFileInfo::exists(path + ".broken"), !kept.isEmpty());
+    QVERIFY(readFile(path + ".broken") == kept);
 }
 
 namespace {

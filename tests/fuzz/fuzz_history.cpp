@@ -10,6 +10,7 @@
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -26,17 +27,20 @@ const QString &historyPath()
     return path;
 }
 
+QString copyPath() { return historyPath() + ".broken"; }
+
 void writeFile(const QByteArray &content)
 {
+    QFile::remove(copyPath());
     QFile file(historyPath());
     require(file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
                 file.write(content) == content.size(),
             "the target can write its file");
 }
 
-QByteArray readFile()
+QByteArray readFile(const QString &path = historyPath())
 {
-    QFile file(historyPath());
+    QFile file(path);
     require(file.open(QIODevice::ReadOnly), "the file is still there");
     return file.readAll();
 }
@@ -110,6 +114,20 @@ void checkSlots(const QJsonArray &entries)
     require(addrNum == count, "the entries are counted");
 }
 
+// What a write over content loses something of has a copy, and nothing else has.
+void checkCopy(const QByteArray &content)
+{
+    const QJsonArray entries = entriesIn(content);
+    const bool intact = QJsonDocument::fromJson(content).object().value("settings").isArray() &&
+        std::all_of(entries.begin(), entries.end(), [](const QJsonValue &entry) {
+                            const QJsonObject object = entry.toObject();
+                            return isEntry(object) && !object.value("addr").toString().isEmpty();
+                        });
+    const bool copied = QFile::exists(copyPath());
+    require(copied == (!intact && !content.isEmpty()), "a copy is kept of what is damaged");
+    require(!copied || readFile(copyPath()) == content, "the copy holds the same bytes");
+}
+
 void checkRoundTrip(const QByteArray &content)
 {
     writeFile(content);
@@ -120,6 +138,7 @@ void checkRoundTrip(const QByteArray &content)
     const bool hasEntries = addrNum > 0;
     const std::vector<HistoryAddrList> saved = savedEntries();
     varyJsonConfig(historyPath(), addrlist);
+    checkCopy(content);
     require(load() == (hasEntries ? 0 : -1), "a saved list can be loaded");
     require(addrNum == int(saved.size()), "the second load gives as many entries");
     for (int i = 0; i < addrNum; ++i)
@@ -142,8 +161,10 @@ void checkInsert(const QByteArray &content)
     require(insertJsonConfig(&entry) == (takesEntries ? 0 : -1), "a list or damage takes an entry");
     if (!takesEntries) {
         require(readFile() == content, "a file of another shape is left alone");
+        require(!QFile::exists(copyPath()), "and not copied");
         return;
     }
+    checkCopy(content);
     QJsonArray after = entriesIn(readFile());
     require(after.size() == entriesIn(content).size() + 1, "one entry more");
     require(after.last() == entryToJson(entry), "the new entry is the last");
@@ -164,6 +185,8 @@ int firstFreeDescriptor()
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
     fuzzing::silenceLog();
+    static const QTemporaryDir runtime(QDir::tempPath() + "/fuzz-runtime-XXXXXX");
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
     defaultPlayPath = historyPath();
     return 0;
 }
@@ -176,6 +199,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     checkRoundTrip(content);
     checkInsert(content);
     require(firstFreeDescriptor() == descriptor, "no file stays open");
+    QFile::remove(copyPath());
     require(QDir(QFileInfo(historyPath()).path()).entryList(QDir::Files) ==
                 QStringList("config.json"),
             "nothing is left beside the file");

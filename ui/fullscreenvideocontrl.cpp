@@ -5,6 +5,7 @@
 #include "enginecommands.h"
 #include "engineprocess.h"
 #include "playbackmenu.h"
+#include "progressmouse.h"
 #include "speedwind.h"
 
 #include <QContextMenuEvent>
@@ -236,6 +237,7 @@ void FullScreenVideoControl::setUpProcessSlider()
     processSlider = new QSlider(Qt::Horizontal);
     processSlider->setAccessibleName(QStringLiteral("播放进度"));
     processSlider->setStyleSheet(processSliderStyle(kFilled));
+    progressMouse = new ProgressMouse(processSlider, ProgressMouse::WheelMoves);
     currentTimeLabel = newTimeLabel();
     totalTimeLabel = newTimeLabel();
     sliderLabelLayout = new QHBoxLayout;
@@ -403,6 +405,10 @@ void FullScreenVideoControl::voiceBtnClicked()
 
 void FullScreenVideoControl::processSliderMoved(int position)
 {
+    // The position that the engine tells moves a held handle too. Between a press beside the handle
+    // and its release that would seek a second time, or back.
+    if (progressMouse->isPlaced())
+        return;
     mouseTimer->start(hideAfter);
     qDebug() << "process slider moved " << position;
     writeToEngine(enginecommands::seekTo(position));

@@ -4,6 +4,7 @@
 
 #include <QDialog>
 
+class ProgressMouse;
 class QHBoxLayout;
 class QLabel;
 class QPushButton;
@@ -149,4 +150,6 @@ private:
     void setUpProcessSlider();
     void setUpTimers();
     void connectAll();
+
+    ProgressMouse *progressMouse = nullptr;
 };

@@ -8,6 +8,7 @@
 #include "fullscreenvideocontrl.h"
 #include "handlesnapfilethread.h"
 #include "listwidget.h"
+#include "progressmouse.h"
 #include "speedwind.h"
 #include "terminationnotifier.h"
 #include "titlebar.h"
@@ -155,6 +156,7 @@ void MainWindow::setUpSliders()
     ui->processSlider->setStyleSheet(processSliderStyle(kFilled));
     ui->processSlider->setFocusPolicy(Qt::NoFocus);
     ui->processSlider->setAccessibleName("播放进度");
+    new ProgressMouse(ui->processSlider, ProgressMouse::WheelRests);
 }
 
 // The engine draws into the play area's own X11 window, so it needs a native id. All siblings
@@ -240,8 +242,7 @@ void MainWindow::setUpInput()
     installEventFilter(this);
 }
 
-// Buttons of the form are bound by object name and must not be connected here. A click beside the
-// handle of the progress slider is connected to nothing, so that it does not seek: intended.
+// Buttons of the form are bound by object name and must not be connected here.
 void MainWindow::connectAll()
 {
     connect(playinglist.process_mplayer, SIGNAL(readyReadStandardOutput()), this,

@@ -128,6 +128,8 @@ void FullScreenVideoControl::setUpWindow()
     setWindowFlags(Qt::FramelessWindowHint | Qt::Tool | Qt::BypassWindowManagerHint);
     setWindowOpacity(1.0);
     setAttribute(Qt::WA_TranslucentBackground); // black without a compositor: intended
+    setAttribute(Qt::WA_AlwaysShowToolTips); // the window manager may never make it active
+    setAccessibleName(QStringLiteral("全屏控制栏"));
     centerWidget = new QWidget;
 }
 

@@ -3,6 +3,7 @@
 #include <QCursor>
 #include <QDebug>
 #include <QEvent>
+#include <QPainter>
 #include <QPoint>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -14,7 +15,69 @@ constexpr QPoint kCursorOffset(50, 410);
 constexpr int kWidth = 100;
 constexpr int kHeight = 400;
 constexpr double kOpacity = 0.8;
+constexpr QColor kMark(7, 158, 205); // the sliders' colour
+constexpr QSize kMarkSize(3, 16);
+constexpr int kHoverAlpha = 70;
 } // namespace
+
+// One speed. Flat, so the style shows neither the mouse over it nor that it is the one in force.
+class SpeedButton : public QPushButton {
+public:
+    SpeedButton(const QString &text, speedWind *column)
+        : QPushButton(text, column)
+        , column(column)
+    {
+    }
+
+    void setInForce(bool now)
+    {
+        inForce = now;
+        update();
+    }
+
+protected:
+    bool event(QEvent *event) override
+    {
+        const bool handled = QPushButton::event(event);
+        switch (event->type()) {
+        case QEvent::Enter:
+        case QEvent::Leave:
+            update();
+            column->paintButtons();
+            break;
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseMove: // off the button and back, while it is held
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+        case QEvent::FocusIn:
+        case QEvent::FocusOut:
+            column->paintButtons();
+            break;
+        default:
+            break;
+        }
+        return handled;
+    }
+
+    void paintEvent(QPaintEvent *event) override
+    {
+        if (underMouse()) {
+            QColor hover = palette().color(QPalette::Highlight);
+            hover.setAlpha(kHoverAlpha);
+            QPainter(this).fillRect(rect(), hover);
+        }
+        QPushButton::paintEvent(event);
+        if (inForce) {
+            const QPoint corner(kMarkSize.width(), (height() - kMarkSize.height()) / 2);
+            QPainter(this).fillRect(QRect(corner, kMarkSize), kMark);
+        }
+    }
+
+private:
+    speedWind *column;
+    bool inForce = false;
+};
 
 speedWind::speedWind(QWidget *parent)
     : QDialog(parent)
@@ -22,6 +85,8 @@ speedWind::speedWind(QWidget *parent)
     setWindowFlags(Qt::FramelessWindowHint | Qt::Tool | Qt::X11BypassWindowManagerHint);
     setWindowOpacity(kOpacity);
     setFixedSize(kWidth, kHeight);
+    setAccessibleName(QStringLiteral("倍速"));
+    setAttribute(Qt::WA_AlwaysShowToolTips); // it never becomes active
 
     centerWidget = new QWidget;
     vlayout = new QVBoxLayout(this);
@@ -46,7 +111,7 @@ speedWind::~speedWind() { delete centerWidget; }
 
 QPushButton *speedWind::addButton(const QString &text, const QString &toolTip, const char *slot)
 {
-    auto *button = new QPushButton(text, this);
+    auto *button = new SpeedButton(text, this);
     button->setToolTip(toolTip);
     button->setFlat(true);
     vlayout->addWidget(button);
@@ -64,28 +129,38 @@ void speedWind::toggleAtCursor(int speedCode)
     }
 
     move(position);
-    switch (speedCode) {
-    case 0:
-        speed050->setFocus();
-        break;
-    case 1:
-        speed075->setFocus();
-        break;
-    case 3:
-        speed125->setFocus();
-        break;
-    case 4:
-        speed150->setFocus();
-        break;
-    case 5:
-        speed200->setFocus();
-        break;
-    default:
-        speed100->setFocus();
-        break;
-    }
+    QPushButton *inForce = buttonOf(speedCode);
+    for (QPushButton *button : {speed050, speed075, speed100, speed125, speed150, speed200})
+        static_cast<SpeedButton *>(button)->setInForce(button == inForce);
+    inForce->setFocus();
     state = 1;
     show();
+}
+
+QPushButton *speedWind::buttonOf(int speedCode) const
+{
+    switch (speedCode) {
+    case 0:
+        return speed050;
+    case 1:
+        return speed075;
+    case 3:
+        return speed125;
+    case 4:
+        return speed150;
+    case 5:
+        return speed200;
+    default:
+        return speed100;
+    }
+}
+
+// What asks the pop-up to repaint a button ends in its filter like every other event, so the
+// buttons have themselves painted.
+void speedWind::paintButtons()
+{
+    QEvent request(QEvent::UpdateRequest);
+    QDialog::event(&request);
 }
 
 void speedWind::dismiss()

@@ -18,6 +18,8 @@ public:
     void toggleAtCursor(int speedCode);
     // Hides the pop-up and clears its state.
     void dismiss();
+    // Paints what has changed of the buttons, at once.
+    void paintButtons();
 
     int state = 0; // 1 while shown by its owner
     int speed = 0; // last chosen speed in percent
@@ -49,6 +51,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    QPushButton *buttonOf(int speedCode) const;
     QPushButton *addButton(const QString &text, const QString &toolTip, const char *slot);
     void choose(int percent);
 };

@@ -156,6 +156,9 @@ void TestPictures::mainWindow()
     hands->click(PlayerHands::Speed);
     QVERIFY(hands->waitForSpeeds());
     take("speed");
+    Screen::moveMouse(hands->at(PlayerHands::Speed) + QPoint(10, -300)); // 1.5x
+    QTest::qWait(1500); // its tip comes
+    take("speed-tip");
     Screen::click(hands->at(PlayerHands::Speed) + QPoint(0, -182)); // 1.0x
     QVERIFY(hands->waitForSpeeds(false));
     hands->click(PlayerHands::Title, 1, 2);

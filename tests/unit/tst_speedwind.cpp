@@ -1,9 +1,11 @@
+#include "screen.h"
 #include "speedwind.h"
 #include "testsupport.h"
 
 #include <QCloseEvent>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QToolTip>
 #include <QVBoxLayout>
 #include <QtTest>
 
@@ -32,6 +34,35 @@ const Choice kChoices[] = {
     {&speedWind::speed050, &speedWind::speed050BtnClicked, "0.5x", "0.5倍速", 50},
 };
 constexpr int kChoiceCount = 6;
+
+const QColor kMark(7, 158, 205);
+
+QRect onScreen(const QWidget *widget)
+{
+    return QRect(widget->mapToGlobal(QPoint()), widget->size());
+}
+
+// Opened above the middle of the screen, where nothing shines through.
+bool open(speedWind &pop, int code)
+{
+    Screen::moveMouse(QPoint(640, 700));
+    if (!QTest::qWaitFor([] { return QCursor::pos() == QPoint(640, 700); }))
+        return false;
+    pop.setWindowOpacity(1);
+    pop.toggleAtCursor(code);
+    return QTest::qWaitForWindowExposed(&pop);
+}
+
+// The texts of the buttons that are seen to be marked.
+QStringList marked(const speedWind &pop)
+{
+    QStringList texts;
+    for (const Choice &choice : kChoices) {
+        if (Screen::count(Screen::grab(onScreen(pop.*choice.button)), kMark, 10) > 20)
+            texts << choice.text;
+    }
+    return texts;
+}
 } // namespace
 
 class TestSpeedWind : public QObject {
@@ -59,6 +90,11 @@ private slots:
     void closeHidesAndKeepsTheState();
     void closeEventDoesNothingElse();
     void dismissClears();
+    void speedInForceIsMarked();
+    void mouseOverIsSeen();
+    void pressIsSeen();
+    void toolTipsShow();
+    void accessibleName();
 };
 
 void TestSpeedWind::init() { resetSharedState(); }
@@ -353,6 +389,95 @@ void TestSpeedWind::dismissClears()
     pop.dismiss();
     QVERIFY(pop.isHidden());
     QCOMPARE(pop.state, 0);
+}
+
+void TestSpeedWind::speedInForceIsMarked()
+{
+    speedWind pop;
+    for (const auto &row : QList<QPair<int, QString>>{{2, "1.0x"},
+                                                      {0, "0.5x"},
+                                                      {1, "0.75x"},
+                                                      {5, "2.0x"},
+                                                      {4, "1.5x"},
+                                                      {3, "1.25x"},
+                                                      {3, "1.25x"},
+                                                      {-1, "1.0x"}}) {
+        QVERIFY(open(pop, row.first));
+        QTRY_COMPARE(marked(pop), QStringList(row.second));
+        pop.dismiss();
+    }
+}
+
+// On the screen, not only in the widget: the pop-up's own update requests end in its filter.
+void TestSpeedWind::mouseOverIsSeen()
+{
+    speedWind pop;
+    QVERIFY(open(pop, 2));
+    QTRY_COMPARE(marked(pop), QStringList("1.0x"));
+    const QImage resting = Screen::grab(onScreen(&pop));
+    const auto changed = [&](const QPushButton *button) {
+        const QRect place = onScreen(button);
+        return Screen::grab(place) != resting.copy(place.translated(-pop.pos()));
+    };
+    for (int i = 0; i < 2; ++i) { // again after it was hidden
+        for (const Choice &choice : kChoices) {
+            Screen::moveMouse(onScreen(pop.*choice.button).center());
+            QTRY_VERIFY(changed(pop.*choice.button));
+            for (const Choice &other : kChoices) {
+                if (&other != &choice)
+                    QTRY_VERIFY(!changed(pop.*other.button));
+            }
+        }
+        Screen::moveMouse(onScreen(pop.speed050).center());
+        QTRY_VERIFY(changed(pop.speed050));
+        pop.dismiss();
+        QVERIFY(open(pop, 2));
+        QTRY_COMPARE(Screen::grab(onScreen(&pop)), resting);
+    }
+}
+
+void TestSpeedWind::pressIsSeen()
+{
+    speedWind pop;
+    QSignalSpy chosen(&pop, SIGNAL(changeSpeed(int)));
+    LogCapture log;
+    QVERIFY(open(pop, 2));
+    const QPoint middle = onScreen(pop.speed150).center();
+    Screen::moveMouse(middle);
+    QTRY_VERIFY(pop.speed150->underMouse());
+    const QRect place = onScreen(pop.speed150);
+    const QImage over = Screen::grab(place);
+    Screen::press(middle);
+    QTRY_VERIFY(pop.speed150->isDown());
+    QTRY_VERIFY(Screen::grab(place) != over);
+    Screen::moveMouse(QPoint(middle.x(), onScreen(pop.speed050).center().y()));
+    QTRY_VERIFY(!pop.speed150->isDown());
+    QVERIFY(pop.speed150->isFlat());
+    Screen::moveMouse(middle);
+    QTRY_VERIFY(pop.speed150->isDown());
+    Screen::release();
+    QTRY_COMPARE(chosen.size(), 1);
+    QVERIFY(pop.isHidden());
+}
+
+void TestSpeedWind::toolTipsShow()
+{
+    speedWind pop;
+    QVERIFY(open(pop, 2));
+    for (const Choice &choice : kChoices) {
+        Screen::moveMouse(onScreen(pop.*choice.button).center());
+        QTRY_COMPARE(QToolTip::text(), QString(choice.toolTip));
+        QVERIFY(QToolTip::isVisible());
+    }
+    QVERIFY(!pop.isActiveWindow());
+    Screen::moveMouse(QPoint(5, 5));
+    QTRY_VERIFY(!QToolTip::isVisible());
+}
+
+void TestSpeedWind::accessibleName()
+{
+    const speedWind pop;
+    QCOMPARE(pop.accessibleName(), QString("倍速"));
 }
 
 QTEST_MAIN(TestSpeedWind)

@@ -3,13 +3,34 @@
 #include "common.h"
 #include "dialogs.h"
 
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QDebug>
 #include <QMenu>
+#include <QScrollBar>
 
 namespace {
 // Laying out millions of letters takes minutes. No file name is as long as this.
 constexpr int kLongestRow = 4096;
+
+// The list's own grey goes on to its scroll bars and leaves only outlines of them.
+constexpr char kScrollBarStyle[] =
+    "QScrollBar::handle{background-color:rgb(190,190,190);border-radius:3px;margin:2px;}"
+    "QScrollBar::handle:hover{background-color:rgb(225,225,225);}"
+    "QScrollBar::handle:vertical{min-height:24px;}"
+    "QScrollBar::handle:horizontal{min-width:24px;}"
+    "QScrollBar::add-line,QScrollBar::sub-line{width:0px;height:0px;}"
+    "QScrollBar::add-page,QScrollBar::sub-page{background:none;}";
+
+// It goes on to the menu as well, where it hides which entry is chosen. The menu's own sheet has
+// the last word, so this comes from the application's. That costs milliseconds, because every
+// widget is looked at again: not before it is needed.
+void showChosenMenuEntry()
+{
+    if (qApp->styleSheet().isEmpty()) // a person's own, from the command line, stays
+        qApp->setStyleSheet("ListWidget QMenu{border:1px solid rgb(64,64,64);}"
+                            "ListWidget QMenu::item:selected{background-color:rgb(168,206,226);}");
+}
 } // namespace
 
 ListWidget::ListWidget(QWidget *parent)
@@ -18,6 +39,9 @@ ListWidget::ListWidget(QWidget *parent)
 {
     listItem = placeholder;
     setStyleSheet("background-color:gray");
+    for (QScrollBar *bar : {horizontalScrollBar(), verticalScrollBar()})
+        bar->setStyleSheet(kScrollBarStyle);
+    setAccessibleName("播放列表");
     setCurrentRow(0);
     connect(this, SIGNAL(itemClicked(QListWidgetItem *)), this,
             SLOT(getListName(QListWidgetItem *)));
@@ -50,6 +74,7 @@ void ListWidget::resetListItem() { listItem = placeholder; }
 
 void ListWidget::contextMenuEvent(QContextMenuEvent *)
 {
+    showChosenMenuEntry();
     QMenu menu("ListItem", this);
     menu.setStyleSheet("QMenu::item{width:40px;color:black;}");
     QAction *play = menu.addAction("播放选中", this, SLOT(playSelectedList()));

@@ -12,6 +12,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRandomGenerator>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTimer>
 #include <QtTest>
@@ -30,6 +31,10 @@ private slots:
     void clickRemembersTheItem();
     void menuOfAnEmptyList();
     void menuOfAFilledList();
+    void menuShowsWhatIsChosen();
+    void aPersonsOwnStyleSheetStays();
+    void scrollBarsAreWhole();
+    void accessibleName();
     void playSelectedEmitsTheItem();
     void deleteWithoutCurrentRow();
     void deleteThePlayingRow();
@@ -62,7 +67,11 @@ void TestListWidget::init()
     defaultPlayPath = root->historyFile();
 }
 
-void TestListWidget::cleanup() { root.reset(); }
+void TestListWidget::cleanup()
+{
+    root.reset();
+    qApp->setStyleSheet(QString());
+}
 
 void TestListWidget::fill(ListWidget &list, int count)
 {
@@ -160,7 +169,8 @@ struct SeenMenu {
 };
 
 // Opens the list's context menu, notes what it shows, and closes it or triggers an entry.
-SeenMenu openMenu(ListWidget &list, int trigger = -1)
+SeenMenu openMenu(
+    ListWidget &list, int trigger = -1, const std::function<void(QMenu *)> &look = [](QMenu *) {})
 {
     SeenMenu seen;
     QTimer watch;
@@ -177,6 +187,7 @@ SeenMenu openMenu(ListWidget &list, int trigger = -1)
             seen.texts << action->text();
             seen.enabled << action->isEnabled();
         }
+        look(menu);
         if (trigger >= 0)
             menu->setActiveAction(menu->actions().at(trigger));
         if (trigger >= 0)
@@ -230,6 +241,93 @@ void TestListWidget::menuOfAFilledList()
     answer(QMessageBox::Yes);
     openMenu(list, 2);
     QCOMPARE(list.count(), 0);
+}
+
+void TestListWidget::menuShowsWhatIsChosen()
+{
+    LogCapture log;
+    ListWidget list;
+    fill(list, 2);
+    list.show();
+    QString ownSheet;
+    QString listsSheet;
+    QList<QImage> looks; // nothing chosen, then each entry
+    QList<QRect> places;
+    QImage edge;
+    openMenu(list, -1, [&](QMenu *menu) {
+        ownSheet = menu->styleSheet();
+        listsSheet = list.styleSheet();
+        looks << menu->grab().toImage();
+        for (QAction *action : menu->actions()) {
+            places << menu->actionGeometry(action);
+            menu->setActiveAction(action);
+            looks << menu->grab().toImage();
+        }
+    });
+    QCOMPARE(ownSheet, QString("QMenu::item{width:40px;color:black;}"));
+    QCOMPARE(listsSheet, QString("background-color:gray"));
+    QCOMPARE(looks.size(), 4);
+    for (int chosen = -1; chosen < 3; chosen++) {
+        const QImage &look = looks[chosen + 1];
+        QCOMPARE(look.size(), looks.first().size());
+        for (int i = 0; i < 3; i++) {
+            const QColor ground = look.pixelColor(places[i].right() - 3, places[i].center().y());
+            QCOMPARE(ground, i == chosen ? QColor(168, 206, 226) : QColor(128, 128, 128));
+            int black = 0; // the letters stay
+            for (int x = places[i].left(); x < places[i].right(); x++)
+                black += look.pixelColor(x, places[i].center().y()).lightness() < 60;
+            QVERIFY(black > 3);
+        }
+        for (const QPoint &point : {QPoint(0, look.height() / 2), QPoint(look.width() / 2, 0),
+                                    QPoint(look.width() - 1, 5), QPoint(5, look.height() - 1)})
+            QCOMPARE(look.pixelColor(point), QColor(64, 64, 64));
+    }
+}
+
+void TestListWidget::aPersonsOwnStyleSheetStays()
+{
+    LogCapture log;
+    const QString own = "QToolTip{color:red;}";
+    qApp->setStyleSheet(own);
+    ListWidget list;
+    fill(list, 1);
+    openMenu(list);
+    QCOMPARE(qApp->styleSheet(), own);
+}
+
+// Handles that are seen as a whole, and nothing else of the bars but their ground.
+void TestListWidget::scrollBarsAreWhole()
+{
+    ListWidget list;
+    fill(list, 60);
+    list.item(3)->setText(QString("a long name ").repeated(20));
+    list.resize(211, 431);
+    list.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&list));
+    for (QScrollBar *bar : {list.verticalScrollBar(), list.horizontalScrollBar()}) {
+        QVERIFY(bar->isVisible());
+        const QImage look = bar->grab().toImage();
+        const QColor handle(190, 190, 190);
+        const QColor ground(128, 128, 128);
+        int handlePixels = 0;
+        int otherPixels = 0;
+        for (int y = 0; y < look.height(); y++) {
+            for (int x = 0; x < look.width(); x++) {
+                const QColor colour = look.pixelColor(x, y);
+                handlePixels += colour == handle;
+                otherPixels += colour != handle && colour != ground;
+            }
+        }
+        QVERIFY2(handlePixels > 24 * 6, qPrintable(QString::number(handlePixels)));
+        QVERIFY2(otherPixels < 40, qPrintable(QString::number(otherPixels))); // round corners
+    }
+    QCOMPARE(list.styleSheet(), QString("background-color:gray"));
+}
+
+void TestListWidget::accessibleName()
+{
+    const ListWidget list;
+    QCOMPARE(list.accessibleName(), QString("播放列表"));
 }
 
 void TestListWidget::playSelectedEmitsTheItem()

@@ -4,6 +4,7 @@
 #include "controls.h"
 #include "enginecommands.h"
 #include "engineprocess.h"
+#include "outlined.h"
 #include "playbackmenu.h"
 #include "progressmouse.h"
 #include "speedwind.h"
@@ -33,7 +34,7 @@ constexpr char kFilled[] = "7,208,255"; // colour of the sliders up to their han
 
 QPushButton *newButton(const QPalette &palette, const char *accessibleName)
 {
-    auto *button = new QPushButton;
+    auto *button = new OutlinedButton;
     button->setFlat(true);
     button->setAutoFillBackground(true);
     button->setPalette(palette);
@@ -52,7 +53,7 @@ QPushButton *newIconButton(const QPalette &palette, const char *accessibleName, 
 // the mouse through, or the bar would not hear of its moves there and the cursor would stay blank.
 QLabel *newLabel(const QString &text = QString())
 {
-    auto *label = new QLabel;
+    auto *label = new OutlinedLabel;
     label->setTextFormat(Qt::PlainText);
     label->setAttribute(Qt::WA_TransparentForMouseEvents);
     label->setText(text);
@@ -157,6 +158,7 @@ void FullScreenVideoControl::setUpLabels()
 {
     timeLabel = newLabel();
     timeLabel->setStyleSheet("background-color: transparent;font-size:15px;color:white");
+    timeLabel->installEventFilter(this);
     titleLabel = newFiller(width(), 100);
     blankLabel = newFiller(width(), height());
     blankLayout = new QVBoxLayout;
@@ -298,6 +300,9 @@ void FullScreenVideoControl::hideWithSpeedWindow()
 
 bool FullScreenVideoControl::eventFilter(QObject *watched, QEvent *event)
 {
+    // The clock's place is the corner. The layout puts it elsewhere whenever a text has changed.
+    if (watched == timeLabel && event->type() == QEvent::Move)
+        timeLabel->move(0, 0);
     if (watched != this || event->type() != QEvent::WindowDeactivate)
         return false;
     hideWithSpeedWindow();

@@ -22,6 +22,9 @@ private slots:
     void dialogs();
     void menus();
     void fullScreen();
+    void barOverAnyFilm_data();
+    void barOverAnyFilm();
+    void screenshotsOff();
 
 private:
     void begin();
@@ -287,6 +290,47 @@ void TestPictures::fullScreen()
     QVERIFY(hands->waitForMenus(0));
     Screen::key("Escape");
     QTRY_COMPARE(Screen::geometry(hands->mainWindow()).width(), 945);
+}
+
+void TestPictures::barOverAnyFilm_data()
+{
+    QTest::addColumn<QString>("colour");
+    QTest::newRow("bright") << "white";
+    QTest::newRow("dark") << "black";
+}
+
+void TestPictures::barOverAnyFilm()
+{
+    QFETCH(QString, colour);
+    QVERIFY(hands->takeHold());
+    const QString film =
+        Clips::make(colour + ".mp4",
+                    {"-f", "lavfi", "-i", "color=c=" + colour + ":s=640x400:d=90", "-c:v",
+                     "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"});
+    QVERIFY(hands->chooseFile("ctrl+o", Clips::copy(film, player->home(), colour + ".mp4")));
+    QVERIFY(hands->waitForPicture(QColor(colour)));
+    QVERIFY(hands->takeHold());
+    hands->click(PlayerHands::FullScreen);
+    QTRY_COMPARE(hands->picture(), QRect(0, 0, 1280, 800));
+    QTest::qWait(1500); // the engine's own bar goes
+    Screen::moveMouse(QPoint(600, 300));
+    Screen::moveMouse(QPoint(610, 310));
+    QVERIFY(hands->waitForBar());
+    Screen::moveMouse(QPoint(620, 320));
+    take(QString("fullscreen-") + QTest::currentDataTag());
+    Screen::key("Escape");
+    QTRY_COMPARE(Screen::geometry(hands->mainWindow()).width(), 945);
+}
+
+void TestPictures::screenshotsOff()
+{
+    end();
+    player.reset(new InstalledPlayer);
+    player->setConfig("[DEFAULT]\nfirst_start=0\ndecode_flag=2\n");
+    QVERIFY(player->start());
+    hands.reset(new PlayerHands(*player));
+    QVERIFY(hands->takeHold());
+    take("screenshots-off", Screen::geometry(hands->mainWindow()));
 }
 
 QTEST_MAIN(TestPictures)

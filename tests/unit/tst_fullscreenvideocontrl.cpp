@@ -52,6 +52,8 @@ private slots:
     void sliderColumn();
     void placesOnScreen();
     void paintsNothingItself();
+    void whiteIsSeenOnAnyGround_data();
+    void whiteIsSeenOnAnyGround();
     void accessibleNames();
     void timers();
     void declaredSignals();
@@ -69,6 +71,7 @@ void TestFullScreenVideoControl::window()
     QCOMPARE(bar.windowFlags(), Qt::FramelessWindowHint | Qt::Tool | Qt::BypassWindowManagerHint);
     QCOMPARE(bar.windowOpacity(), 1.0);
     QVERIFY(bar.testAttribute(Qt::WA_TranslucentBackground));
+    QVERIFY(bar.testAttribute(Qt::WA_AlwaysShowToolTips));
     QVERIFY(bar.hasMouseTracking());
     QVERIFY(!bar.isVisible());
     QVERIFY(!bar.parent());
@@ -365,9 +368,65 @@ void TestFullScreenVideoControl::paintsNothingItself()
     QVERIFY(picture.pixelColor(bar.playBtn->geometry().center()).alpha() > 0);
 }
 
+void TestFullScreenVideoControl::whiteIsSeenOnAnyGround_data()
+{
+    QTest::addColumn<QColor>("ground");
+    QTest::newRow("bright film") << QColor(Qt::white);
+    QTest::newRow("dark film") << QColor(Qt::black);
+}
+
+// Each white letter and picture has white pixels, and next to them dark ones.
+void TestFullScreenVideoControl::whiteIsSeenOnAnyGround()
+{
+    QFETCH(QColor, ground);
+    Bar bar;
+    showAsHost(bar);
+    bar.titleLabel->setStyleSheet("color:white");
+    bar.titleLabel->setText("a film.mp4");
+    moveMouse(bar, QPoint(600, 300)); // brings the clock
+    QCoreApplication::sendPostedEvents();
+    QImage picture(screenSize, QImage::Format_RGB32);
+    picture.fill(ground);
+    QPainter(&picture).drawPixmap(0, 0, bar.grab());
+    for (const QWidget *widget :
+         QList<QWidget *>{bar.timeLabel, bar.titleLabel, bar.currentTimeLabel, bar.totalTimeLabel,
+                          bar.stopBtn, bar.playBtn, bar.backwardBtn, bar.forwardBtn, bar.voiceBtn,
+                          bar.speedBtn, bar.fullScreenBtn}) {
+        const QImage look = picture.copy(widget->geometry());
+        int edges = 0;
+        for (int y = 1; y < look.height() - 1; ++y) {
+            for (int x = 2; x < look.width() - 2; ++x) {
+                if (look.pixelColor(x, y).lightness() < 240)
+                    continue;
+                for (int side : {-2, 2})
+                    edges += look.pixelColor(x + side, y).lightness() < 130;
+            }
+        }
+        QVERIFY2(edges >= 8, qPrintable(widget->accessibleName() + QString::number(edges)));
+    }
+    // The letters themselves are as without the edge.
+    QLabel plain(bar.currentTimeLabel->text());
+    plain.setStyleSheet("color:white");
+    plain.setFixedSize(80, 15);
+    plain.setAttribute(Qt::WA_TranslucentBackground);
+    const QImage letters = plain.grab().toImage();
+    const QImage edged = bar.currentTimeLabel->grab().toImage();
+    int full = 0;
+    for (int y = 0; y < letters.height(); ++y) {
+        for (int x = 0; x < letters.width(); ++x) {
+            if (letters.pixelColor(x, y) != QColor(Qt::white))
+                continue;
+            QCOMPARE(edged.pixelColor(x, y), QColor(Qt::white));
+            ++full;
+        }
+    }
+    QVERIFY(full > 20);
+}
+
 void TestFullScreenVideoControl::accessibleNames()
 {
     const Bar bar;
+    QCOMPARE(bar.accessibleName(), QString("全屏控制栏"));
     QCOMPARE(bar.stopBtn->accessibleName(), QString("停止"));
     QCOMPARE(bar.playBtn->accessibleName(), QString("播放"));
     QCOMPARE(bar.forwardBtn->accessibleName(), QString("快进"));

@@ -45,6 +45,7 @@ private slots:
     void movesInsideAndAtTheBorder();
     void moveComparesWithParentGeometry();
     void moveShowsClock();
+    void clockStaysInItsCorner();
     void pointerOverLabels();
     void pointerOverButtonsIsNotReported();
     void moveAndSpeedWindow();
@@ -260,7 +261,33 @@ void TestFullScreenVideoControlInput::moveShowsClock()
         QCOMPARE(bar.timeLabel->minimumWidth(), 50);
         QCOMPARE(bar.timeLabel->maximumWidth(), 50);
         QCOMPARE(bar.timeLabel->pos(), QPoint(0, 0));
+        QCoreApplication::sendPostedEvents(); // the layout answers to the new text
+        QCOMPARE(bar.timeLabel->pos(), QPoint(0, 0));
     }
+}
+
+void TestFullScreenVideoControlInput::clockStaysInItsCorner()
+{
+    Bar bar;
+    showAsHost(bar);
+    const auto settled = [&] {
+        QCoreApplication::sendPostedEvents();
+        return bar.timeLabel->pos();
+    };
+    moveMouse(bar, QPoint(640, 300));
+    QCOMPARE(settled(), QPoint(0, 0));
+    const QRect place = bar.timeLabel->geometry();
+    moveMouse(bar, QPoint(650, 300));
+    QCOMPARE(settled(), QPoint(0, 0));
+    QCOMPARE(bar.timeLabel->geometry(), place);
+    bar.titleLabel->setText("another film.mp4");
+    QCOMPARE(settled(), QPoint(0, 0));
+    bar.timeLabel->setText("00:00"); // a minute later
+    QCOMPARE(settled(), QPoint(0, 0));
+    bar.hideBar();
+    bar.setFixedSize(1000, 700);
+    showAsHost(bar);
+    QCOMPARE(settled(), QPoint(0, 0));
 }
 
 // With the real pointer: the labels cover much of the bar and must not swallow its moves.

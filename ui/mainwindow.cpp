@@ -133,6 +133,10 @@ void MainWindow::setUpButtons()
         row.button->setIconSize(row.iconSize);
         row.button->setStyleSheet("color:white;background-color:gray");
     }
+    // What Qt makes of a white picture by itself looks like any other.
+    QIcon camera = ui->snapShotBtn->icon();
+    camera.addFile(":/image/controlicon/camera_off.png", QSize(), QIcon::Disabled);
+    ui->snapShotBtn->setIcon(camera);
     ui->playBtn->setAutoFillBackground(true);
     ui->backwardBtn->setAutoFillBackground(true);
 

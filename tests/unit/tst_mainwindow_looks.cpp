@@ -28,6 +28,7 @@ private slots:
     void sliderLooks();
     void placeholderCarriesTheBackground();
     void hardwareModeDisablesScreenshots();
+    void disabledScreenshotButtonIsPale();
     void stateLabelShowsNamesLiterally();
     void gripChangesTheCursorOnly();
     void accessibleNames();
@@ -316,6 +317,34 @@ void TestMainWindowLooks::hardwareModeDisablesScreenshots()
     QCOMPARE(window.ui->snapShotBtn->toolTip(), QString("硬解模式下不支持截图"));
     QVERIFY(!window.snapThread->isRunning());
     QCOMPARE(window.curDecodeFlag, 2);
+}
+
+// As it looks, not only as it acts.
+void TestMainWindowLooks::disabledScreenshotButtonIsPale()
+{
+    TestWindow window(nullptr);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QToolButton *button = window.ui->snapShotBtn;
+    const auto whitePixels = [&] {
+        const QImage look = button->grab().toImage();
+        int count = 0;
+        for (int y = 4; y < look.height() - 4; y++) {
+            for (int x = 4; x < look.width() - 4; x++)
+                count += look.pixelColor(x, y).lightness() > 230;
+        }
+        return count;
+    };
+    const int enabled = whitePixels();
+    QVERIFY(enabled > 40);
+    decodeFlag = 2;
+    window.recvSetDecodeSignal();
+    QVERIFY(!button->isEnabled());
+    QCOMPARE(whitePixels(), 0);
+    QVERIFY(!button->icon().pixmap(button->iconSize(), QIcon::Disabled).isNull());
+    decodeFlag = 0;
+    window.recvSetDecodeSignal();
+    QCOMPARE(whitePixels(), enabled);
 }
 
 void TestMainWindowLooks::stateLabelShowsNamesLiterally()

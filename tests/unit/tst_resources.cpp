@@ -34,6 +34,7 @@ const Picture pictures[] = {
     {":/image/controlicon/exitfull1.png", {30, 30}, true},
     {":/image/controlicon/list.png", {30, 25}, true},
     {":/image/controlicon/camera.png", {25, 25}, true},
+    {":/image/controlicon/camera_off.png", {25, 25}, false}, // white, but hardly seen
     {":/image/controlicon/triangle.png", {10, 10}, true},
     {":/image/controlicon/thumbtack1.png", {22, 22}, true},
     {":/image/controlicon/pinvertical.png", {22, 22}, true},

@@ -1,4 +1,5 @@
 // The start-up sequence, nothing else.
+#include "applicationlooks.h"
 #include "common.h"
 #include "dialogs.h"
 #include "mainwindow.h"
@@ -30,6 +31,7 @@ int main(int argc, char *argv[])
 {
     choosePlatform();
     QApplication application(argc, argv);
+    setUpApplicationLooks();
     startPath = "/opt/apps/com.quelmark.player";
     storeCommandLineLocations(argc, argv);
     getDefaultConfig();

@@ -12,10 +12,11 @@ build_packages=(
 )
 
 # What the player needs when it runs: the engine, ffprobe (and ffmpeg for the clip made by ./play),
-# letters for the Chinese texts.
+# letters for the Chinese texts, and Qt's own texts in Chinese.
 run_packages=(
     mplayer
     ffmpeg
+    qttranslations5-l10n
     'fonts-wqy-microhei|fonts-noto-cjk|fonts-wqy-zenhei'
     x11-utils
 )

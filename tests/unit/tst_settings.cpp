@@ -16,6 +16,8 @@ private slots:
     void generalPage();
     void otherPageAndButtons();
     void everythingIsLegible();
+    void versionIsWhole_data();
+    void versionIsWhole();
     void constructor_data();
     void constructor();
     void showReadsTheGlobals_data();
@@ -114,6 +116,7 @@ void TestSettings::generalPage()
     QCOMPARE(form.label_2->text(), QString("截图保存路径"));
     QCOMPARE(form.selectSnapPathBtn->text(), QString());
     QVERIFY(!form.selectSnapPathBtn->accessibleName().isEmpty());
+    QCOMPARE(form.playModeComBox->accessibleName(), QString("播放模式"));
 }
 
 void TestSettings::otherPageAndButtons()
@@ -164,6 +167,45 @@ void TestSettings::everythingIsLegible()
         verifyRoom(widget);
     form.tabWidget->setCurrentIndex(1);
     verifyRoom(form.aboutLabel);
+    QVERIFY(form.aboutLabel->width() >=
+            form.aboutLabel->fontMetrics().horizontalAdvance(form.aboutLabel->text()));
+}
+
+void TestSettings::versionIsWhole_data()
+{
+    QTest::addColumn<int>("points");
+    for (int points : {9, 10, 11})
+        QTest::addRow("%d points", points) << points;
+}
+
+// Desktops have larger letters than Qt's own: all of them are painted all the same.
+void TestSettings::versionIsWhole()
+{
+    QFETCH(int, points);
+    Settings dialog;
+    QLabel *label = dialog.ui->aboutLabel;
+    QFont font = label->font();
+    font.setPointSize(points);
+    label->setFont(font);
+    dialog.ui->tabWidget->setCurrentIndex(1);
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    QCOMPARE(label->geometry(), QRect(100, 30, 161, 41));
+    QLabel roomy(label->text());
+    roomy.setFont(font);
+    roomy.setFixedSize(400, 100);
+    const auto ink = [](QWidget &widget) {
+        const QImage look = widget.grab().toImage();
+        const int ground = look.pixelColor(0, 0).lightness();
+        int sum = 0;
+        for (int y = 0; y < look.height(); y++) {
+            for (int x = 0; x < look.width(); x++)
+                sum += qMax(0, ground - look.pixelColor(x, y).lightness());
+        }
+        return double(sum) / ground;
+    };
+    QVERIFY2(qAbs(ink(*label) / ink(roomy) - 1) < 0.01,
+             qPrintable(QString::number(ink(*label) / ink(roomy))));
 }
 
 void TestSettings::constructor_data()

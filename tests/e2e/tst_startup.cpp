@@ -20,6 +20,7 @@ private slots:
     void startsWithoutAnything_data();
     void startsWithoutAnything();
     void loadsNoOpenGl();
+    void hasItsIconAndLanguage();
     void missingSettingsAreMade();
     void shippedSettings();
     void emptyRootIsFilled();
@@ -127,6 +128,21 @@ void TestStartup::loadsNoOpenGl()
     const QByteArray libraries = readFile(QStringLiteral("/proc/%1/maps").arg(player.pid()));
     QVERIFY(libraries.contains("libqxcb.so"));
     QVERIFY(!libraries.contains("libqxcb-glx") && !libraries.contains("libLLVM"));
+    player.close();
+    QVERIFY(player.waitForEnd());
+}
+
+// Qt's catalogue stays mapped as long as it is used.
+void TestStartup::hasItsIconAndLanguage()
+{
+    InstalledPlayer player;
+    QVERIFY(player.start());
+    const qulonglong window = player.window();
+    QVERIFY(window);
+    for (const char *size : {"16 x 16", "32 x 32", "64 x 64"})
+        QVERIFY2(Screen::property(window, "_NET_WM_ICON").contains(size), size);
+    QVERIFY(
+        readFile(QStringLiteral("/proc/%1/maps").arg(player.pid())).contains("/qtbase_zh_CN.qm"));
     player.close();
     QVERIFY(player.waitForEnd());
 }

@@ -19,6 +19,7 @@ private slots:
     void cleanup() { bench.reset(); }
 
     void menuByRightClick();
+    void menuByKey();
     void menuInFullScreen();
     void menuPlaces_data();
     void menuPlaces();
@@ -139,6 +140,28 @@ void TestContextMenu::menuByRightClick()
     QVERIFY(withMenu([&](QMenu *menu) { lines = outline(menu); }));
     QCOMPARE(lines, withoutStop(withoutSubtitle(windowOutline())));
     playinglist.state = 1;
+}
+
+// Wherever the pointer is, also in full screen.
+void TestContextMenu::menuByKey()
+{
+    const auto pressed = [&](const QStringList &expected) {
+        QStringList lines;
+        WhenPopup open([&](QWidget *widget) {
+            lines = outline(qobject_cast<QMenu *>(widget));
+            widget->close();
+        });
+        QVERIFY(xdotool({"key", "Menu"}));
+        QTRY_VERIFY(open.happened());
+        QCOMPARE(lines, expected);
+    };
+    QVERIFY(bench->play());
+    subTitleFlag = true;
+    pressed(windowOutline());
+    QVERIFY(bench->enterFullScreen());
+    QStringList expected = windowOutline();
+    expected[1] = "退出全屏";
+    pressed(expected);
 }
 
 void TestContextMenu::menuInFullScreen()

@@ -2,12 +2,12 @@
 // every system call it makes, and then over and over at random moments. The file must hold the list
 // of before or after the interrupted step, byte for byte.
 #include "common.h"
+#include "killedwork.h"
 #include "listwidget.h"
 #include "longform.h"
 #include "testsupport.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QFileInfo>
 #include <QIcon>
 #include <QJsonArray>
@@ -17,11 +17,6 @@
 #include <QThread>
 #include <QtTest>
 
-#include <csignal>
-#include <functional>
-
-#include <sys/ptrace.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -116,50 +111,6 @@ int workUntilKilled(const QString &path, int step)
         if (write(STDOUT_FILENO, "x", 1) != 1)
             return 1;
     }
-}
-
-// Runs work in a copy of this process and kills it at its system call number count (entries and
-// returns are counted). Returns false when the work was done before.
-bool killAtSystemCall(int count, const std::function<void()> &work)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        work();
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_EXITKILL);
-    for (int i = 0; i < count && WIFSTOPPED(status); ++i) {
-        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
-        waitpid(child, &status, 0);
-    }
-    if (!WIFSTOPPED(status))
-        return false;
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return true;
-}
-
-// Killed between naming the new list and moving it into place, a process leaves it behind. Copies
-// of one process draw the same random names and would run out of them.
-void removeLeftovers(const QString &path)
-{
-    QDir folder = QFileInfo(path).dir();
-    for (const QString &name : folder.entryList({QFileInfo(path).fileName() + ".??????"}))
-        folder.remove(name);
-}
-
-bool canTrace()
-{
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 void fillAddrList(int count)

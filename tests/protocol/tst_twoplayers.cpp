@@ -4,8 +4,10 @@
 #include "common.h"
 #include "historyregister.h"
 #include "historysupport.h"
+#include "killedwork.h"
 #include "listwidget.h"
 #include "longform.h"
+#include "playerpair.h"
 #include "testsupport.h"
 
 #include <QApplication>
@@ -18,24 +20,13 @@
 #include <QtTest>
 
 #include <csignal>
-#include <functional>
 
-#include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 void silence(QtMsgType, const QMessageLogContext &, const QString &) { }
-
-// A list as a text: "/f/a:10 /f/b:0", oldest first.
-QString textOf(const HistoryEntries &entries)
-{
-    QStringList words;
-    for (const HistoryAddrList &entry : entries)
-        words << QStringLiteral("%1:%2").arg(entry.addr).arg(entry.last_play_time);
-    return words.join(' ');
-}
 
 HistoryEntries ownList()
 {
@@ -95,7 +86,7 @@ void act(const QString &path, const QStringList &words)
         clearList();
 }
 
-// One word per line is "done" with the list in memory behind it.
+// Each line is a step; the answer is the list in memory after it.
 int playUntilInputEnds(const QString &path)
 {
     qInstallMessageHandler(silence);
@@ -108,153 +99,6 @@ int playUntilInputEnds(const QString &path)
         output << textOf(ownList()) << '\n' << Qt::flush;
     }
     return 0;
-}
-
-// A running player.
-class Player {
-public:
-    explicit Player(const QString &path, const QStringList &environment = {})
-    {
-        QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-        for (const QString &variable : environment)
-            variables.insert(variable.section('=', 0, 0), variable.section('=', 1));
-        process.setProcessEnvironment(variables);
-        process.start(QCoreApplication::applicationFilePath(), {"--player", path});
-        first = answer();
-    }
-    ~Player() { kill(); }
-
-    // What it tells of its list after doing this.
-    QString act(const QString &line)
-    {
-        begin(line);
-        return answer();
-    }
-    void begin(const QString &line)
-    {
-        process.write(line.toUtf8() + '\n');
-        process.waitForBytesWritten(30000);
-    }
-    QString answer()
-    {
-        while (!process.canReadLine()) {
-            if (!process.waitForReadyRead(30000))
-                return QStringLiteral("no answer");
-        }
-        return QString::fromUtf8(process.readLine()).chopped(1);
-    }
-    void close()
-    {
-        process.closeWriteChannel();
-        process.waitForFinished(30000);
-    }
-    void kill()
-    {
-        process.kill();
-        process.waitForFinished(30000);
-    }
-    void signal(int number) { ::kill(pid_t(process.processId()), number); }
-
-    QString first; // its list at the start
-
-private:
-    QProcess process;
-};
-
-// What the file and both lists must hold: one list that all steps are done to, one after another.
-struct Model {
-    HistoryEntries file;
-    HistoryEntries lists[2];
-
-    static int indexOf(const HistoryEntries &entries, const QString &addr)
-    {
-        for (int i = 0; i < entries.size(); ++i) {
-            if (entries.at(i).addr == addr)
-                return i;
-        }
-        return -1;
-    }
-
-    void load(int player) { lists[player] = file; }
-    void act(int player, const QString &line)
-    {
-        const QStringList words = line.split(' ');
-        HistoryEntries &list = lists[player];
-        const QString addr = words.value(1);
-        const int index = indexOf(list, addr);
-        const int stored = indexOf(file, addr);
-        if (words.first() == "open") {
-            if (index >= 0)
-                return;
-            list << entryFor(addr, 0);
-            file << entryFor(addr, stored < 0 ? 0 : file.at(stored).last_play_time);
-            if (stored >= 0)
-                file.removeAt(stored);
-        } else if (words.first() == "stop") {
-            list[index].last_play_time = words.at(2).toInt();
-            if (stored < 0)
-                file << list.at(index);
-            else
-                file[stored] = list.at(index);
-            rewrite(list);
-        } else if (words.first() == "delete") {
-            list.removeAt(index);
-            if (stored >= 0)
-                file.removeAt(stored);
-            rewrite(list);
-        } else if (words.first() == "clear") {
-            list.clear();
-            file.clear();
-        }
-    }
-
-private:
-    // A rewriting puts the writer's own entries first, in its order.
-    void rewrite(const HistoryEntries &list)
-    {
-        HistoryEntries sorted;
-        for (const HistoryAddrList &entry : list) {
-            const int stored = indexOf(file, entry.addr);
-            if (stored >= 0)
-                sorted << file.takeAt(stored);
-        }
-        file = sorted + file;
-    }
-};
-
-// Runs work in a copy of this process and kills it at its system call number count (entries and
-// returns are counted). Returns false when the work was done before.
-bool killAtSystemCall(int count, const std::function<void()> &work)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        work();
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_EXITKILL);
-    for (int i = 0; i < count && WIFSTOPPED(status); ++i) {
-        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
-        waitpid(child, &status, 0);
-    }
-    if (!WIFSTOPPED(status))
-        return false;
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return true;
-}
-
-bool canTrace()
-{
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 QByteArray contentOf(const QString &text)
@@ -460,10 +304,7 @@ void TestTwoPlayers::killedAtEverySystemCall()
         QCOMPARE(storedList(path), "/f/old:5 /f/older:3 /f/b:0" + added);
         second.act("stop /f/b 7");
         QCOMPARE(storedList(path), "/f/old:5 /f/older:3 /f/b:7" + added);
-        // Copies of one process draw the same random names and would run out of them.
-        QDir folder = QFileInfo(path).dir();
-        for (const QString &name : folder.entryList({"config.json.??????"}))
-            QVERIFY(folder.remove(name));
+        removeLeftovers(path);
     }
     QVERIFY(changes > 1);
     QVERIFY(count > changes + 50);

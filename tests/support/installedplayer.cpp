@@ -73,8 +73,10 @@ void InstalledPlayer::removeEngine() { QFile::remove(enginePath()); }
 // almighty inside, so that permissions count even when the tests run as root.
 QStringList InstalledPlayer::sandbox() const
 {
-    QStringList arguments{"--die-with-parent", "--dev-bind", "/",          "/",
-                          "--tmpfs",           "/opt",       "--cap-drop", "ALL"};
+    QStringList arguments{"--die-with-parent", "--cap-drop", "ALL"};
+    arguments += {confined ? "--ro-bind" : "--dev-bind", "/", "/", "--tmpfs", "/opt"};
+    if (confined)
+        arguments += {"--dev-bind", "/dev", "/dev", "--bind", home(), home()};
     if (rootKind == Root::Missing)
         return arguments << "--remount-ro"
                          << "/opt" << root() + "/files/bin/tarnivo-player";

@@ -42,6 +42,8 @@ public:
     void setConfig(const QByteArray &ini); // replaces the settings file
     void setHistory(const QByteArray &json);
     void setEnvironment(const QString &name, const QString &value);
+    // Only the install root and the home can be written to: a file dialog can delete files.
+    void confine() { confined = true; }
     // Starts this program, which becomes the player, in the player's place.
     void setLauncher(const QString &program) { launcher = program; }
     StandInEngine &standIn(); // takes the real engine's place
@@ -92,6 +94,7 @@ private:
     QString rootFolder;
     QString standInRoot; // where the stand-in engine lies
     Root rootKind = Root::Normal;
+    bool confined = false;
     QString launcher = rootInside() + "/files/bin/tarnivo-player";
     QMap<QString, QString> variables;
     QScopedPointer<StandInEngine> standInEngine;

@@ -30,6 +30,7 @@ virtual_display_packages=(
 # What the tests add: looking at windows and pictures, pressing keys, a private sound server,
 # a private install root.
 test_packages=(
+    libxcb1-dev
     xdotool
     wmctrl
     imagemagick

@@ -66,9 +66,7 @@ Monkey::Monkey(quint32 seed, const QStringList &films, const QString &logFile)
     if (!log.open(QIODevice::WriteOnly | QIODevice::Truncate))
         qFatal("cannot write %s", qPrintable(logFile));
     tool.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    tool.start(QStringLiteral("xdotool"), {"-"});
-    if (!tool.waitForStarted())
-        qFatal("cannot start xdotool");
+    startTool();
     clock.start();
 }
 
@@ -156,12 +154,25 @@ void Monkey::act(const QString &kind, const QString &what, const QStringList &xd
 {
     note(kind + ' ' + what);
     tally(kind);
-    // It says where the mouse is when it is done. What the player says must be read meanwhile, or
+    // It tells the screen's size when it is done. What the player says must be read meanwhile, or
     // it would be held up by that.
-    tool.write(xdotool.join(' ').toLocal8Bit() + "\ngetmouselocation\n");
-    if (!QTest::qWaitFor([this] { return tool.canReadLine(); }, kToolTime))
+    tool.write(xdotool.join(' ').toLocal8Bit() + "\ngetdisplaygeometry\n");
+    const auto isDone = [this] {
+        return tool.canReadLine() || tool.state() == QProcess::NotRunning;
+    };
+    if (!QTest::qWaitFor(isDone, kToolTime))
         qFatal("xdotool does not answer");
     tool.readAll();
+    // A window that goes meanwhile can end it.
+    if (tool.state() == QProcess::NotRunning)
+        startTool();
+}
+
+void Monkey::startTool()
+{
+    tool.start(QStringLiteral("xdotool"), {"-"});
+    if (!tool.waitForStarted())
+        qFatal("cannot start xdotool");
 }
 
 void Monkey::clickAt(const QString &kind, const QPoint &point, int button, int times)
@@ -174,7 +185,7 @@ void Monkey::clickAt(const QString &kind, const QPoint &point, int button, int t
 
 void Monkey::clickSomewhere()
 {
-    switch (pick({60, 18, 14, 3, 5})) {
+    switch (pick({54, 24, 14, 3, 5})) {
     case 0:
         return clickAt("click", interestingPoint(), 1);
     case 1:
@@ -191,12 +202,13 @@ void Monkey::clickSomewhere()
 
 void Monkey::drag(const QPoint &from, const QPoint &to, int button)
 {
-    QStringList tool = moveTo(from) + QStringList{"mousedown", QString::number(button)};
+    QStringList commands = moveTo(from) + QStringList{"mousedown", QString::number(button)};
     const int moves = 1 + generator.bounded(6);
     for (int i = 1; i <= moves; ++i)
-        tool += QStringList{"sleep", "0.02"} + moveTo(from + (to - from) * i / moves);
-    tool += QStringList{"sleep", "0.02", "mouseup", QString::number(button)};
-    act("drag", QStringLiteral("%1 to %2 button %3").arg(text(from), text(to)).arg(button), tool);
+        commands += QStringList{"sleep", "0.02"} + moveTo(from + (to - from) * i / moves);
+    commands += QStringList{"sleep", "0.02", "mouseup", QString::number(button)};
+    act("drag", QStringLiteral("%1 to %2 button %3").arg(text(from), text(to)).arg(button),
+        commands);
 }
 
 // Long ones, and slips of the hand.
@@ -432,18 +444,32 @@ void Monkey::inMenu()
 {
     if (--patience <= 0)
         return leave("close menu");
-    switch (pick({55, 32, 5, 8})) {
+    switch (pick({45, 20, 22, 5, 8})) {
     case 0:
-        return pressAKey(kMenuKeys);
+        return chooseInMenu();
     case 1:
-        return clickAt("click in menu", pointIn(top.geometry), 1);
+        return pressAKey(kMenuKeys);
     case 2:
+        return clickAt("click in menu", pointIn(top.geometry), 1);
+    case 3:
         return clickAt("click beside menu", pointIn(main.geometry), chance(70) ? 1 : 3);
     default: {
         const QPoint point = pointIn(top.geometry);
         return act("move", text(point), moveTo(point));
     }
     }
+}
+
+// Any entry, of a menu's menu as well.
+void Monkey::chooseInMenu()
+{
+    QStringList keys;
+    for (int depth = generator.bounded(1, 4); depth > 0; --depth) {
+        for (int down = generator.bounded(1, 7); down > 0; --down)
+            keys << "Down";
+        keys << (depth > 1 ? "Right" : "Return");
+    }
+    act("menu entry", keys.join(' '), QStringList{"key", "--delay", "40"} + keys);
 }
 
 // Whatever is open can be left with Esc.

@@ -67,8 +67,10 @@ private:
     void resizeWithTheWindowManager();
     void openAFilm();
     void chooseInFileDialog();
+    void chooseInMenu();
     void pressAKey(const QStringList &keys);
     void pause();
+    void startTool();
 
     bool chance(int percent);
     int pick(const QList<int> &weights);

@@ -37,6 +37,7 @@ constexpr int kClosingTime = 60000; // ms
 constexpr int kEndTime = 30000; // ms, from the window's end to the program's: the leak check
 constexpr int kLeftoverTime = 2000; // ms
 constexpr int kStepsBetweenChecks = 50;
+constexpr int kLinesTold = 80; // of a log, after a fault
 // ms. What the GUI thread may be held up by anything, and by a real probe on a loaded machine.
 constexpr qint64 kSilence = 3000;
 constexpr qint64 kProbeSilence = 20000;
@@ -74,7 +75,7 @@ QString historyFault(const QByteArray &json)
     if (root.keys() != QStringList{"settings"} || !root.value("settings").isArray())
         return QStringLiteral("it has another shape");
     QStringList addresses;
-    for (const QJsonValue &element : root.value("settings").toArray()) {
+    for (const auto &element : root.value("settings").toArray()) {
         const QJsonObject entry = element.toObject();
         if (entry.keys() !=
             QStringList{"addr", "codec_type", "frame", "height", "label", "last_time", "type",
@@ -118,6 +119,8 @@ private:
     QStringList findings() const;
     bool leakCheckFailed(const QStringList &files) const;
     void fail(const QString &what);
+    void setUpPlayer();
+    void report(const QString &log);
 
     QTemporaryDir folder;
     QStringList films;
@@ -304,6 +307,8 @@ bool TestMonkey::leakCheckFailed(const QStringList &files) const
 void TestMonkey::checkEnd()
 {
     pulse.reset();
+    if (!fault.isEmpty() && player->isRunning())
+        return; // the bench ends it
     if (!player->waitForEnd(kEndTime))
         return fail(QStringLiteral("the player does not end"));
     const QStringList files = findings();
@@ -327,6 +332,37 @@ void TestMonkey::checkEnd()
         fail("the history is broken: " + wrong);
 }
 
+void TestMonkey::setUpPlayer()
+{
+    player.reset(new InstalledPlayer);
+    player->confine();
+    // Findings go to files of the home, which are looked at after each end; undefined behaviour is
+    // told in the player's log, and by its exit code.
+    player->setEnvironment(
+        "ASAN_OPTIONS",
+        "detect_leaks=1:detect_stack_use_after_return=1:log_path=" + player->home() + "/sanitizer");
+    for (const char *name : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
+        const QString own = player->home() + '/' + QString(name).toLower();
+        QDir().mkpath(own);
+        QFile::setPermissions(own, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        player->setEnvironment(name, own);
+    }
+}
+
+void TestMonkey::report(const QString &log)
+{
+    qInfo("%s; longest silence %lld ms, while probing %lld ms; every step is in %s",
+          qPrintable(monkey->report()), longestSilence, longestProbe, qPrintable(log));
+    if (fault.isEmpty())
+        return;
+    const QStringList said = player->log();
+    const QStringList steps = QString::fromUtf8(readFile(log)).split('\n');
+    qWarning("the player said:\n%s",
+             qPrintable(said.mid(qMax(0, said.size() - kLinesTold)).join('\n')));
+    qWarning("the last steps were:\n%s",
+             qPrintable(steps.mid(qMax(0, steps.size() - kLinesTold)).join('\n')));
+}
+
 void TestMonkey::bout_data()
 {
     QTest::addColumn<quint32>("seed");
@@ -347,17 +383,7 @@ void TestMonkey::bout()
     fault.clear();
     longestSilence = longestProbe = 0;
     monkey.reset(new Monkey(seed, films, log));
-    player.reset(new InstalledPlayer);
-    player->confine();
-    player->setEnvironment(
-        "ASAN_OPTIONS",
-        "detect_leaks=1:detect_stack_use_after_return=1:log_path=" + player->home() + "/sanitizer");
-    for (const char *name : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
-        const QString own = player->home() + '/' + QString(name).toLower();
-        QDir().mkpath(own);
-        QFile::setPermissions(own, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        player->setEnvironment(name, own);
-    }
+    setUpPlayer();
 
     clock.start();
     while (fault.isEmpty() && goesOn()) {
@@ -366,22 +392,7 @@ void TestMonkey::bout()
             playARound();
         checkEnd();
     }
-    const QString report =
-        QStringLiteral("%1; longest silence %2 ms, while probing %3 ms; every step is in %4")
-            .arg(monkey->report())
-            .arg(longestSilence)
-            .arg(longestProbe)
-            .arg(log);
-    qInfo("%s", qPrintable(report));
-    if (!fault.isEmpty()) {
-        qWarning("the player said:\n%s",
-                 qPrintable(player->log().mid(player->log().size() - 40).join('\n')));
-        qWarning("the last steps were:\n%s",
-                 qPrintable(QString::fromUtf8(readFile(log))
-                                .split('\n')
-                                .mid(qMax(0, monkey->steps() - 40))
-                                .join('\n')));
-    }
+    report(log);
     QVERIFY2(fault.isEmpty(), qPrintable(fault));
     QVERIFY(wasUsedEnough());
 }

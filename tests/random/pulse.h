@@ -1,6 +1,7 @@
 // Tells for how long the GUI thread of another program is held up: its window is asked for a sign
 // of life as a window manager asks (_NET_WM_PING), over and over, which that thread answers. The
-// time for which the machine let it wait for a processor does not count.
+// time for which the machine let it wait for a processor does not count, nor by how much the X
+// server is late.
 //
 //     Pulse pulse(player.pid(), player.window(), [&] { return aProbeRuns(); });
 //     ...                                    // ends by itself when the window goes

@@ -223,7 +223,7 @@ bool TestMonkey::wasUsedEnough() const
     return monkey->steps() >= 100 && monkey->count("seen: start") >= 3 &&
         monkey->count("seen: engine") >= 10 && monkey->count("seen: menu") >= 5 &&
         monkey->count("seen: dialog") >= 5 && monkey->count("seen: full screen") >= 2 &&
-        monkey->count("brought back") >= 1 && monkey->count("seen: leak check") > 0;
+        monkey->count("seen: leak check") > 0;
 }
 
 // The longest silences of the round; they are looked at while it lasts, so that a fault is told

@@ -3,6 +3,7 @@
 #include "common.h"
 
 #include <QFile>
+#include <QRegularExpression>
 
 #include <climits>
 
@@ -34,6 +35,33 @@ int wholeSeconds(const QByteArray &number)
     return 0;
 }
 
+// Each of the engine's readers tells a subtitle stream in its own way:
+//     [lavf] stream 1: subtitle (srt), -sid 0        [Ogg] stream 1: subtitles (…), -sid 0
+//     [mkv] Track ID 2: subtitles (S_TEXT/ASS)       [name] Subtitle stream found, -sid 0
+//     VIDEO H264(pid=256) NO AUDIO! … SUB DVB(pid=257)  PROGRAM N. 1
+bool tellsOwnSubtitles(const QByteArray &line)
+{
+    static const QRegularExpression bracketed(
+        "^\\[\\w+\\] (?:(?:stream|Track ID) \\d+: subtitles? \\(|Subtitle stream found, -sid )");
+    static const QRegularExpression inAProgramme("^(?:NO )?VIDEO.* SUB \\w+\\(pid=\\d+\\)");
+    if (line.startsWith('['))
+        return bracketed.match(QString::fromLatin1(line)).hasMatch();
+    return line.contains(" SUB ") && inAProgramme.match(QString::fromLatin1(line)).hasMatch();
+}
+
+// "SUB: Added subtitle file (N): name". The name is not quoted and may hold anything.
+Remark addedSubtitle(const QByteArray &line)
+{
+    static const QByteArray words = "SUB: Added subtitle file (";
+    const int end = line.indexOf("): ", words.size());
+    if (!line.startsWith(words) || end < 0)
+        return {};
+    const int number = line.mid(words.size(), end - words.size()).toInt();
+    if (number < 1)
+        return {};
+    return {Remark::AddedSubtitle, number, line.mid(end + 3)};
+}
+
 } // namespace
 
 QByteArray seekTo(int seconds) { return seekToUnterminated(seconds) + '\n'; }
@@ -59,6 +87,11 @@ QByteArray loadSubtitle(const QString &fileName)
     name.replace('\\', "\\\\").replace(' ', "\\ ");
     const QByteArray command = "sub_load " + name + '\n';
     return command.size() > kLongestCommand ? QByteArray() : command;
+}
+
+QByteArray showSubtitleFile(int number)
+{
+    return "sub_file " + QByteArray::number(number - 1) + '\n';
 }
 
 QStringList engineArguments(const HistoryAddrList &entry, int decodeFlag,
@@ -121,6 +154,26 @@ Answer parseAnswer(const QByteArray &line)
     if (line.startsWith(positionWord))
         return {Answer::Position, wholeSeconds(line.mid(positionWord.size() + 1))};
     return {};
+}
+
+Remark parseRemark(const QByteArray &line)
+{
+    static const struct {
+        const char *beginning;
+        Remark::Kind kind;
+    } remarks[] = {
+        {"Playing ", Remark::Opening},
+        {"VIDEO: ", Remark::HasPicture},
+        {"Starting playback", Remark::Begun},
+        {"VO: [", Remark::ShowsPicture},
+    };
+    for (const auto &remark : remarks) {
+        if (line.startsWith(remark.beginning))
+            return {remark.kind, 0, QByteArray()};
+    }
+    if (tellsOwnSubtitles(line))
+        return {Remark::OwnSubtitles, 0, QByteArray()};
+    return addedSubtitle(line);
 }
 
 ClockTime splitSeconds(int seconds)

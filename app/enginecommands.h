@@ -55,6 +55,9 @@ QByteArray changeSubDelay(double seconds);
 // rest would be a command of its own), or too long for its 4,096-byte command buffer.
 QByteArray loadSubtitle(const QString &fileName);
 
+// "sub_file N-1\n": shows the subtitle file that the engine has given the number N (from 1).
+QByteArray showSubtitleFile(int number);
+
 // Arguments of the slave-mode engine for an entry. screenShotPath is the screenshot folder, widID
 // the X11 window to draw into.
 QStringList engineArguments(const HistoryAddrList &entry, int decodeFlag,
@@ -71,6 +74,24 @@ struct Answer {
 };
 // Reads one output line (without its line feed).
 Answer parseAnswer(const QByteArray &line);
+
+// One line that the engine prints by itself.
+struct Remark {
+    enum Kind {
+        Other,
+        Opening, // it looks for the medium
+        HasPicture, // the medium has one
+        Begun, // it plays, or is about to decode the picture
+        ShowsPicture,
+        OwnSubtitles, // the medium has a subtitle stream
+        AddedSubtitle, // a subtitle file was loaded
+    };
+    Kind kind = Other;
+    int number = 0; // of the subtitle file, from 1
+    QByteArray name; // of the subtitle file, as the engine got it
+};
+// Reads one output line (without its line feed).
+Remark parseRemark(const QByteArray &line);
 
 struct ClockTime {
     int hours = 0;

@@ -19,6 +19,11 @@ NextEntry nextEntry(int mode, int index, int count, int randomNumber)
     }
 }
 
+bool playsForEver(int mode)
+{
+    return mode == PlayModeRepeatOne || mode == PlayModeRepeatList || mode == PlayModeRandom;
+}
+
 int entryOfRow(int row, int count) { return count - 1 - row; }
 
 int rowOfEntry(int entry, int count) { return count - 1 - entry; }

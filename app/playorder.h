@@ -20,6 +20,9 @@ struct NextEntry {
 // list.
 NextEntry nextEntry(int mode, int index, int count, int randomNumber);
 
+// Whether the list never ends in this mode by itself.
+bool playsForEver(int mode);
+
 // Row r of the list shows entry count-1-r and the other way round: the newest entry is on top.
 int entryOfRow(int row, int count);
 int rowOfEntry(int entry, int count);

@@ -37,6 +37,19 @@ void checkLabel(int seconds)
     require(shown == (seconds == 3600 ? 0 : seconds), "a label reads back as its seconds");
 }
 
+// What the engine prints by itself.
+void checkRemark(const QByteArray &line)
+{
+    const enginecommands::Remark remark = enginecommands::parseRemark(line);
+    const bool isFile = remark.kind == enginecommands::Remark::AddedSubtitle;
+    require(isFile == (remark.number > 0), "a subtitle file has a number, nothing else has");
+    require(!isFile || line.startsWith("SUB: Added subtitle file ("), "the words tell a file");
+    require(line.endsWith(remark.name), "a name is the end of the line");
+    require(isFile || remark.name.isEmpty(), "nothing else has a name");
+    require(remark.kind == enginecommands::Remark::Other || !line.startsWith("ANS_"),
+            "an answer is no remark");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -58,5 +71,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     if (answer.seconds >= 0)
         checkLabel(answer.seconds);
+    checkRemark(line);
     return 0;
 }

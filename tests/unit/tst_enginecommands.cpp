@@ -42,6 +42,9 @@ private slots:
     void mpvArgumentLists();
     void answers_data();
     void answers();
+    void remarks_data();
+    void remarks();
+    void subtitleFileNumbers();
     void clock_data();
     void clock();
 };
@@ -468,6 +471,73 @@ void TestEngineCommands::answers()
     const Answer answer = parseAnswer(line);
     QTEST(int(answer.kind), "kind");
     QTEST(answer.seconds, "seconds");
+}
+
+void TestEngineCommands::remarks_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("number");
+    QTest::addColumn<QByteArray>("name");
+    const auto row = [](const char *line, Remark::Kind kind) {
+        QTest::newRow(line) << QByteArray(line) << int(kind) << 0 << QByteArray();
+    };
+    row("Playing /f/a.mp4.", Remark::Opening);
+    row("VIDEO:  [H264]  320x240  0bpp  25.000 fps    0.0 kbps ( 0.0 kbyte/s)", Remark::HasPicture);
+    row("Starting playback...", Remark::Begun);
+    row("VO: [x11] 320x240 => 320x240 Planar YV12  [zoom]", Remark::ShowsPicture);
+    row("[lavf] stream 1: subtitle (srt), -sid 0", Remark::OwnSubtitles);
+    row("[lavf] stream 2: subtitle (ssa), -sid 1, a b", Remark::OwnSubtitles);
+    row("[mkv] Track ID 3: subtitles (S_TEXT/ASS) \"a b\", -sid 1, -slang und",
+        Remark::OwnSubtitles);
+    row("[Ogg] stream 1: subtitles (SRT-like text subtitles), -sid 0", Remark::OwnSubtitles);
+    row("[asfheader] Subtitle stream found, -sid 0", Remark::OwnSubtitles);
+    row("VIDEO H264(pid=256) NO AUDIO! (try increasing -tsprobe) SUB DVB(pid=257)  PROGRAM N. 1",
+        Remark::OwnSubtitles);
+    row("VIDEO H264(pid=256) AUDIO MPA(pid=258) SUB Teletext(pid=257)  PROGRAM N. 1",
+        Remark::OwnSubtitles);
+    row("NO VIDEO! AUDIO MPA(pid=258) SUB DVB(pid=257)  PROGRAM N. 1", Remark::OwnSubtitles);
+    row("VIDEO H264(pid=256) AUDIO MPA(pid=258) NO SUBS (yet)!  PROGRAM N. 1", Remark::Other);
+    row("[lavf] stream 0: video (h264), -vid 0", Remark::Other);
+    row("[lavf] stream 0: video (subtitle), -vid 0", Remark::Other);
+    row("[mkv] Track ID 1: video (V_MPEG4/ISO/AVC), -vid 0", Remark::Other);
+    row(" title: [lavf] stream 1: subtitle (srt), -sid 0", Remark::Other);
+    row(" comment: Playing /f/a.mp4.", Remark::Other);
+    row("Load subtitles in ./", Remark::Other);
+    row("ANS_TIME_POSITION=3.0", Remark::Other);
+    row("", Remark::Other);
+    row("SUB: Added subtitle file", Remark::Other);
+    row("SUB: Added subtitle file (", Remark::Other);
+    row("SUB: Added subtitle file (1)", Remark::Other);
+    row("SUB: Added subtitle file (): /a", Remark::Other);
+    row("SUB: Added subtitle file (0): /a", Remark::Other);
+    row("SUB: Added subtitle file (-1): /a", Remark::Other);
+    row("SUB: Added subtitle file (x): /a", Remark::Other);
+    row("SUB: Added subtitle file (99999999999): /a", Remark::Other);
+    row("SUB: Removed subtitle file (1): /a", Remark::Other);
+    const auto file = [](const char *line, int number, const char *name) {
+        QTest::newRow(line) << QByteArray(line) << int(Remark::AddedSubtitle) << number
+                            << QByteArray(name);
+    };
+    file("SUB: Added subtitle file (1): ./a.srt", 1, "./a.srt");
+    file("SUB: Added subtitle file (12): /a b\\c.srt", 12, "/a b\\c.srt");
+    file("SUB: Added subtitle file (2): /x (3): y.srt", 2, "/x (3): y.srt");
+    file("SUB: Added subtitle file (1): ", 1, "");
+}
+
+void TestEngineCommands::remarks()
+{
+    QFETCH(QByteArray, line);
+    const Remark remark = parseRemark(line);
+    QTEST(int(remark.kind), "kind");
+    QTEST(remark.number, "number");
+    QTEST(remark.name, "name");
+}
+
+void TestEngineCommands::subtitleFileNumbers()
+{
+    QCOMPARE(showSubtitleFile(1), QByteArray("sub_file 0\n"));
+    QCOMPARE(showSubtitleFile(12), QByteArray("sub_file 11\n"));
 }
 
 void TestEngineCommands::clock_data()

@@ -10,6 +10,7 @@ class TestPlayOrder : public QObject {
 private slots:
     void next_data();
     void next();
+    void modesThatNeverEnd();
     void rowsAndEntries();
     void modeNumbers();
 };
@@ -66,6 +67,13 @@ void TestPlayOrder::next()
     const NextEntry result = nextEntry(mode, index, count, randomNumber);
     QTEST(result.index, "nextIndex");
     QTEST(result.play, "play");
+}
+
+void TestPlayOrder::modesThatNeverEnd()
+{
+    const QList<int> endless{2, 3, 4};
+    for (int mode = -1; mode <= 6; mode++)
+        QCOMPARE(playsForEver(mode), endless.contains(mode));
 }
 
 void TestPlayOrder::rowsAndEntries()

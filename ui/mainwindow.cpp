@@ -251,6 +251,8 @@ void MainWindow::connectAll()
 {
     connect(playinglist.process_mplayer, SIGNAL(readyReadStandardOutput()), this,
             SLOT(dataReceive()));
+    connect(playinglist.process_mplayer, SIGNAL(finished(int, QProcess::ExitStatus)), this,
+            SLOT(recvEngineFinished()));
     connect(ui->processSlider, SIGNAL(sliderPressed()), this, SLOT(processSliderPressed()));
     connect(ui->processSlider, SIGNAL(sliderReleased()), this, SLOT(processSliderPressed()));
     connect(ui->volumSlider, SIGNAL(sliderPressed()), this, SLOT(volumSliderMoved()));
@@ -268,6 +270,9 @@ void MainWindow::connectAll()
     connect(listWidget, SIGNAL(sig_play(QListWidgetItem *)), this,
             SLOT(playSelectedItem(QListWidgetItem *)));
     connect(listWidget, SIGNAL(removeAndStopSignal()), this, SLOT(recvRemoveAndStopSignal()));
+    connect(listWidget->model(), SIGNAL(rowsRemoved(QModelIndex, int, int)), this,
+            SLOT(recvRowsRemoved()));
+    connect(listWidget->model(), SIGNAL(modelReset()), this, SLOT(recvListCleared()));
     connect(snapThread, SIGNAL(saveSnapShotSignal(QString)), this, SLOT(fileMoveMSg(QString)));
     connectFullScreenBar();
 

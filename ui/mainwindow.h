@@ -3,6 +3,8 @@
 // _adjust, _playlist, _modes and _menu.
 #pragma once
 
+#include "enginerun.h"
+
 #include <QMainWindow>
 #include <QString>
 
@@ -109,6 +111,11 @@ public slots:
     void fileMoveMSg(QString path); // tells that a screenshot was filed
     void showVideoInfoFuc(); // probes the current entry anew and shows what was found
 
+private slots:
+    void recvEngineFinished(); // notes how long it ran
+    void recvRowsRemoved();
+    void recvListCleared();
+
 protected:
     void closeEvent(QCloseEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
@@ -187,15 +194,23 @@ private:
     // Engine.
     void pollEngine();
     void showPlayButton(bool playing);
-    void startPlaying();
+    void playOrPause(bool afterAnEnd);
+    void startPlaying(bool afterAnEnd);
     void togglePause();
     void resumeAtLastPosition();
+    void stopAndSave();
     void stopPlayback();
+    int placeToSave() const;
+    void savePlace(int seconds);
+    bool engineEndedWell() const;
+    void noteFailure();
+    void personActs();
+    void takeRemark(const QByteArray &line);
     void showLength(int seconds);
     void showPosition(int seconds);
     void makeWayFor(int index);
     void seek(int second);
-    bool startEntry(int index);
+    bool startEntry(int index, bool afterAnEnd);
     bool isEnding() const;
 
     // Adjustments.
@@ -207,8 +222,8 @@ private:
     void showBar();
 
     bool stopping = false; // true inside a stop, whose close() can deliver output and so call back
-    bool positionAnswered = false; // the engine of this start has answered a position
-    QString loadedAddr; // what the engine was started on
+    EngineRun run; // what is known of the engine that was started last
+    FailureRow failures; // engines in a row that failed at once
     // A signal can close the window while a box is open; what waited for the box must not go on.
     bool closed = false;
 };

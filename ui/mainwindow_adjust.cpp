@@ -13,6 +13,7 @@
 #include "ui_mainwindow.h"
 
 #include <QDebug>
+#include <QFile>
 #include <QPushButton>
 #include <QTimer>
 
@@ -187,6 +188,7 @@ void MainWindow::openSubTitleFile()
         qDebug() << "subtitle name refused";
         return;
     }
+    run.chosenSubtitle = QFile::encodeName(name);
     writeToEngine(command);
     writeToEngine(enginecommands::subVisible);
     writeToEngine(enginecommands::subSelect);
@@ -233,6 +235,7 @@ void MainWindow::subPosDown() { writeToEngine(enginecommands::subPosDown); }
 // confirmation restarts what plays then, changed or not. Intended.
 void MainWindow::recvSetDecodeSignal()
 {
+    personActs();
     setDefaultConfig(QString::number(decodeFlag), SettingDecodeFlag);
     if (curDecodeFlag != decodeFlag && playingState) {
         on_stopBtn_clicked();

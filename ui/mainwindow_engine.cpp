@@ -7,6 +7,7 @@
 #include "enginecommands.h"
 #include "engineprocess.h"
 #include "fullscreenvideocontrl.h"
+#include "playorder.h"
 #include "titlebar.h"
 #include "ui_mainwindow.h"
 
@@ -20,30 +21,35 @@ constexpr int kStartTimeout = 30000; // ms
 // Output that stays unread (while paused, or because no line ends) is dropped beyond this.
 constexpr qint64 kUnreadLimit = 1 << 20;
 
-void startEngine(const QString &program, const QStringList &arguments, int index)
+// False where no process came up, which nobody is told: intended.
+bool startEngine(const QString &program, const QStringList &arguments, int index)
 {
     qDebug() << "arglist:" << arguments;
     QProcess *engine = playinglist.process_mplayer;
     engine->start(program, arguments, QIODevice::ReadWrite);
-    engine->waitForStarted(kStartTimeout); // a failed start is not reported: intended
+    const bool started = engine->waitForStarted(kStartTimeout);
     playinglist.state = 1;
     playinglist.addrIndex = index;
+    return started;
 }
 } // namespace
 
-void MainWindow::softAndVdpauPlay(int index) { startEntry(index); }
+void MainWindow::softAndVdpauPlay(int index)
+{
+    personActs();
+    startEntry(index, false);
+}
 
 // False if nothing was started, or something else in the meantime.
-bool MainWindow::startEntry(int index)
+bool MainWindow::startEntry(int index, bool afterAnEnd)
 {
     if (!isAddrSlot(index))
         return false;
     // The box below runs an event loop in which a poll would take the old engine's end for the end
     // of the media and start another engine.
     processTimer->stop();
-    positionAnswered = false;
-    loadedAddr = addrlist[index].addr;
     if (decodeSoftware != 0) {
+        run.begin(addrlist[index].addr, afterAnEnd);
         mpvPlay(index);
         return true;
     }
@@ -51,11 +57,14 @@ bool MainWindow::startEntry(int index)
         stopping = true; // its last output would start the polling again
         quitEngine();
         stopping = false;
+        run = EngineRun();
     }
     const HistoryAddrList entry = addrlist[index];
     const QStringList arguments =
         enginecommands::engineArguments(entry, decodeFlag, screenShotPath, playinglist.widID);
-    if (decodeFlag == 2 && entry.codec_type == 2) {
+    // One that fails again and again is not asked about each time: the boxes would leave no moment
+    // for anything else.
+    if (decodeFlag == 2 && entry.codec_type == 2 && !failures.knows(entry.addr)) {
         // Nor may a click made just before the box start this entry from inside of it.
         mouseClickTimer->stop();
         fsvc->mouseClickedTimer->stop();
@@ -65,7 +74,8 @@ bool MainWindow::startEntry(int index)
     }
     if (isEnding())
         return false;
-    startEngine(startPath + "/files/bin/mplayer", arguments, index);
+    run.begin(entry.addr, afterAnEnd);
+    run.started = startEngine(startPath + "/files/bin/mplayer", arguments, index);
     processTimer->start(kPollInterval);
     const QString name = getFileNameFromAddr(entry.addr);
     m_titleBar->setWindowTitle(name);
@@ -89,10 +99,16 @@ void mpvPlay(int index)
 
 void MainWindow::on_playBtn_clicked()
 {
+    personActs();
+    playOrPause(false);
+}
+
+void MainWindow::playOrPause(bool afterAnEnd)
+{
     if (addrNum <= 0)
         return;
     if (playinglist.state == 0)
-        startPlaying();
+        startPlaying(afterAnEnd);
     else
         togglePause();
 }
@@ -103,13 +119,13 @@ void MainWindow::on_unPlayedBtn_clicked() { on_playBtn_clicked(); }
 
 // The volume, the delays and the subtitles in force are not told to the new engine, and what shows
 // them stays as it is: intended.
-void MainWindow::startPlaying()
+void MainWindow::startPlaying(bool afterAnEnd)
 {
     // The index is stale after the last entry was played through or an entry was deleted.
     if (playinglist.addrIndex < 0 || playinglist.addrIndex >= addrNum)
         playinglist.addrIndex = addrNum - 1;
     playingState = true;
-    const bool started = startEntry(playinglist.addrIndex);
+    const bool started = startEntry(playinglist.addrIndex, afterAnEnd);
     showPlayButton(true);
     if (started)
         resumeAtLastPosition();
@@ -123,6 +139,7 @@ void MainWindow::resumeAtLastPosition()
         return;
     const int position = lastTime - 5 < 1 ? lastTime : lastTime - 5;
     writeToEngine(enginecommands::seekTo(position));
+    run.resumed = true;
     showStateLabel("已自动跳转至上次播放位置", 2000);
 }
 
@@ -150,8 +167,9 @@ void MainWindow::showPlayButton(bool playing)
 void MainWindow::pollEngine()
 {
     if (!engineRuns()) {
-        on_stopBtn_clicked();
+        stopAndSave();
         processTimer->stop();
+        noteFailure();
         checkPlayMode();
     } else if (playingState) {
         writeToEngine(enginecommands::queryLength);
@@ -159,18 +177,33 @@ void MainWindow::pollEngine()
     }
 }
 
+void MainWindow::recvEngineFinished() { run.lifetime = run.age.elapsed(); }
+
+// Of an engine that no end has started, the failure is the person's to see.
+void MainWindow::noteFailure()
+{
+    if (playsForEver(playMode) && run.afterAnEnd && run.failedAtOnce())
+        failures.add(run.addr);
+    run.afterAnEnd = false; // counted once
+}
+
+// Whoever starts, stops, seeks, chooses, opens or deletes something has the list tried anew.
+void MainWindow::personActs() { failures.clear(); }
+
+// Where the engine is found gone, the polling goes on, because the next poll chooses what follows.
 void MainWindow::dataReceive()
 {
     if (stopping)
         return;
     if (!engineRuns()) {
-        on_stopBtn_clicked();
+        stopAndSave();
         return;
     }
     QProcess *engine = playinglist.process_mplayer;
     while (engine->canReadLine()) {
         QByteArray line = engine->readLine();
         line.replace("\n", "");
+        takeRemark(line);
         if (ui->processSlider->isSliderDown() || !playingState)
             break; // this one line is lost: intended
         const enginecommands::Answer answer = enginecommands::parseAnswer(line);
@@ -184,8 +217,23 @@ void MainWindow::dataReceive()
     processTimer->start(kPollInterval);
 }
 
+// The commands of the subtitle chooser show the second file or stream there is. In a medium with
+// streams of its own that is none of the files, so the one just chosen is then named by its number.
+void MainWindow::takeRemark(const QByteArray &line)
+{
+    const enginecommands::Remark remark = enginecommands::parseRemark(line);
+    run.heard(remark.kind);
+    if (remark.kind != enginecommands::Remark::AddedSubtitle || remark.name.isEmpty() ||
+        remark.name != run.chosenSubtitle)
+        return;
+    run.chosenSubtitle.clear();
+    if (run.hasOwnSubtitles && playingState) // a paused engine would go on
+        writeToEngine(enginecommands::showSubtitleFile(remark.number));
+}
+
 void MainWindow::showLength(int seconds)
 {
+    run.lengthIsZero = seconds <= 0;
     const QString text = enginecommands::clockText(seconds);
     ui->totalTimeLabel->setText(text);
     ui->processSlider->setRange(0, seconds);
@@ -197,7 +245,8 @@ void MainWindow::showLength(int seconds)
 
 void MainWindow::showPosition(int seconds)
 {
-    positionAnswered = true;
+    run.positionTold = true;
+    failures.clear();
     const QString text = enginecommands::clockText(seconds);
     ui->currentTimeLabel->setText(text);
     currentPosition = seconds;
@@ -210,6 +259,7 @@ void MainWindow::showPosition(int seconds)
 // Also sent while paused: then the engine plays on, though the player counts as paused. Intended.
 void MainWindow::on_backwardBtn_clicked()
 {
+    personActs();
     writeToEngine(enginecommands::seekBackward);
     if (playingState)
         ui->playBtn->setIcon(controlIcon("pause"));
@@ -218,6 +268,7 @@ void MainWindow::on_backwardBtn_clicked()
 // Likewise.
 void MainWindow::on_forwardBtn_clicked()
 {
+    personActs();
     writeToEngine(enginecommands::seekForward);
     if (playingState)
         ui->playBtn->setIcon(controlIcon("pause"));
@@ -226,6 +277,7 @@ void MainWindow::on_forwardBtn_clicked()
 // A seek makes the engine play on, so a paused one is paused again.
 void MainWindow::seek(int second)
 {
+    personActs();
     writeToEngine(enginecommands::seekTo(second));
     if (!playingState)
         writeToEngine(enginecommands::togglePause);
@@ -240,41 +292,79 @@ void MainWindow::processSliderPressed(int position)
         seek(position);
 }
 
+// Stopped by the person: nothing follows, even where the engine has ended and the next poll would
+// have noticed it.
 void MainWindow::on_stopBtn_clicked()
 {
     if (stopping)
         return;
-    const QSlider *slider = ui->processSlider;
-    // Stopped in its last two seconds, a file is remembered as finished.
-    const int position = slider->value() >= slider->maximum() - 2 ? 0 : slider->value();
-    if (playinglist.state == 0)
+    personActs();
+    processTimer->stop();
+    stopAndSave();
+}
+
+void MainWindow::stopAndSave()
+{
+    if (stopping || playinglist.state == 0)
         return;
-    // An engine that was stopped before it told its position must not erase the saved one.
-    const bool positionKnown = positionAnswered || slider->value() != 0;
+    const int place = placeToSave();
+    const bool failed = !engineRuns() && run.started && !run.positionTold;
     stopPlayback();
-    if (lastTimePlayFlag && positionKnown)
-        saveLastPlayTime(playinglist.addrIndex, position);
+    if (lastTimePlayFlag && place >= 0)
+        savePlace(place);
     ui->speedSetBtn->setText("倍速");
     currentSpeed = 2;
+    if (failed && !ui->stateLabel->isVisible() && run.isFileMissing())
+        showStateLabel("文件不存在", 2000);
+}
+
+// -1 where the saved place stays.
+int MainWindow::placeToSave() const
+{
+    const bool runs = engineRuns();
+    // A place behind the end of what is there would end every engine that is sent to it.
+    if (!runs && engineEndedWell() && run.foundNothingToResume())
+        return 0;
+    const QSlider *slider = ui->processSlider;
+    // An engine that was stopped before it told its position must not erase the saved one.
+    if (!run.positionTold && slider->value() == 0)
+        return -1;
+    if (runs && run.positionTold && run.lengthIsZero)
+        return qMax(0, currentPosition);
+    // Stopped in its last two seconds, a file is remembered as finished.
+    return slider->value() >= slider->maximum() - 2 ? 0 : slider->value();
+}
+
+// The real engine reports its own crash by the code 1.
+bool MainWindow::engineEndedWell() const
+{
+    const QProcess *engine = playinglist.process_mplayer;
+    return engine->exitStatus() == QProcess::NormalExit && engine->exitCode() == 0;
+}
+
+void MainWindow::savePlace(int seconds)
+{
+    const int index = playinglist.addrIndex;
+    saveLastPlayTime(run.rowsRemoved ? indexOfAddr(run.addr, index) : index, seconds);
 }
 
 void MainWindow::recvStopSignal() { on_stopBtn_clicked(); }
 
 void MainWindow::recvRemoveAndStopSignal()
 {
-    if (stopping || playinglist.state == 0)
+    if (stopping)
         return;
-    stopPlayback();
+    personActs();
+    processTimer->stop();
+    if (playinglist.state != 0)
+        stopPlayback();
 }
 
 // Ends the engine and shows the stopped look. Closing can deliver the engine's last output, which
-// must neither stop again nor restart the polling. Where the engine has already gone by itself the
-// polling goes on, because the next poll chooses what follows.
+// must neither stop again nor restart the polling.
 void MainWindow::stopPlayback()
 {
     stopping = true;
-    if (engineRuns())
-        processTimer->stop();
     quitEngine();
     showPlayButton(false);
     playingState = false;
@@ -294,8 +384,8 @@ void MainWindow::makeWayFor(int index)
 {
     if (playingState)
         on_stopBtn_clicked();
-    if (playinglist.state == 0 || (index >= 0 && addrlist[index].addr == loadedAddr))
+    if (playinglist.state == 0 || (index >= 0 && addrlist[index].addr == run.addr))
         return;
-    playinglist.addrIndex = indexOfAddr(loadedAddr, playinglist.addrIndex);
+    playinglist.addrIndex = indexOfAddr(run.addr, playinglist.addrIndex);
     on_stopBtn_clicked();
 }

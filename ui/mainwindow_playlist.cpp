@@ -11,6 +11,7 @@
 #include <QFileDialog>
 #include <QIcon>
 #include <QMimeData>
+#include <QTimer>
 #include <QUrl>
 
 namespace {
@@ -45,6 +46,7 @@ void MainWindow::openAndDragFile(QString path)
 {
     if (isEnding())
         return;
+    personActs();
     if (!checkVideoFileInput(path)) {
         showNotice("视频解析失败!");
         return;
@@ -104,6 +106,7 @@ void MainWindow::playEntry(int index)
 // The row comes from the list's currentIndex, not from the item: intended.
 void MainWindow::playSelectedItem(QListWidgetItem *)
 {
+    personActs();
     const int target = entryOfRow(listWidget->currentIndex, addrNum);
     if (target < 0 || target >= addrNum)
         return;
@@ -114,12 +117,30 @@ void MainWindow::playSelectedItem(QListWidgetItem *)
 
 void MainWindow::playSelected(int row)
 {
+    personActs();
     const int target = entryOfRow(row, addrNum);
     if (target < 0 || target >= addrNum || playinglist.addrIndex == target)
         return;
     playEntry(target);
 }
 
+// The number of a row and that of its entry run against each other, so that after a deletion the
+// index may be another entry's. What is loaded is then looked for by its address.
+void MainWindow::recvRowsRemoved()
+{
+    run.rowsRemoved = true;
+    personActs();
+}
+
+// What has ended must not be followed by an entry whose row is gone.
+void MainWindow::recvListCleared()
+{
+    personActs();
+    if (playinglist.state == 0)
+        processTimer->stop();
+}
+
+// A list in which nothing can be played comes to rest, though the mode would go on for ever.
 void MainWindow::checkPlayMode()
 {
     if (addrNum == 0)
@@ -127,6 +148,10 @@ void MainWindow::checkPlayMode()
     const int random = playMode == PlayModeRandom ? randomNumber() : 0;
     const NextEntry next = nextEntry(playMode, playinglist.addrIndex, addrNum, random);
     playinglist.addrIndex = next.index;
-    if (next.play)
-        on_playBtn_clicked();
+    if (!next.play)
+        return;
+    if (playsForEver(playMode) && failures.isTooLong(addrNum))
+        showStateLabel("无法播放", 2000);
+    else
+        playOrPause(true);
 }

@@ -25,10 +25,15 @@ private slots:
     void stopBeforeTheFirstAnswerKeepsThePosition();
     void silentEngineSavesWhereTheSliderWasPut();
     void answeredZeroIsSaved();
-    void staleIndexSavesNothing();
+    void placeOfTheLoadedEntry_data();
+    void placeOfTheLoadedEntry();
+    void withoutADeletionTheIndexDecides();
     void stopMeansStop_data();
     void stopMeansStop();
-    void stopOfADeadEngineLeavesTheRestToThePoll();
+    void stopOfADeadEngine_data();
+    void stopOfADeadEngine();
+    void clearingAListThatCannotBeEmptied();
+    void engineFoundGoneLeavesTheRestToThePoll();
     void clearWhilePausedLeavesTheEngine();
 };
 
@@ -269,26 +274,78 @@ void TestStop::answeredZeroIsSaved()
     QCOMPARE(addrlist[0].last_play_time, 0);
 }
 
-// Deleting a row can put the index before the list while an engine plays.
-void TestStop::staleIndexSavesNothing()
+void TestStop::placeOfTheLoadedEntry_data()
 {
-    PlayerBench bench(3);
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("playing");
+    QTest::addColumn<QList<int>>("rows"); // deleted, one after the other
+    QTest::addColumn<int>("index"); // after that
+    using Rows = QList<int>;
+    QTest::newRow("index before the list") << 3 << 0 << Rows{1} << -1;
+    QTest::newRow("index at an older entry") << 5 << 1 << Rows{2} << 0;
+    QTest::newRow("index at a newer entry") << 5 << 3 << Rows{3} << 3;
+    QTest::newRow("index at its entry, older deleted") << 3 << 1 << Rows{2} << 0;
+    QTest::newRow("index at its entry, newer deleted") << 3 << 1 << Rows{0} << 1;
+    QTest::newRow("two deleted") << 6 << 2 << Rows{4, 2} << 0;
+    QTest::newRow("the loaded one is gone as well") << 5 << 3 << Rows{3, 1} << 3;
+    QTest::newRow("gone, index before the list") << 3 << 0 << Rows{1, 1} << -2;
+}
+
+// A deletion can part the index from the entry that plays. No other entry gets its place.
+void TestStop::placeOfTheLoadedEntry()
+{
+    QFETCH(int, count);
+    QFETCH(int, playing);
+    QFETCH(QList<int>, rows);
+    QFETCH(int, index);
+    PlayerBench bench(count);
     lastTimePlayFlag = true;
+    for (int i = 0; i < count; i++)
+        addrlist[i].last_play_time = i == playing ? 3 : 70 + i;
     TestWindow &window = bench.open();
-    bench.play(0);
+    bench.play(playing);
+    QVERIFY(bench.showsLength("100", 100));
     QVERIFY(bench.showsPosition("40", 40));
-    window.listWidget->setCurrentRow(1);
-    window.listWidget->deleteSelected();
-    QCOMPARE(playinglist.addrIndex, -1);
+    for (int row : qAsConst(rows)) {
+        window.listWidget->setCurrentRow(row);
+        window.listWidget->deleteSelected();
+    }
+    QCOMPARE(playinglist.addrIndex, index);
     QCOMPARE(playinglist.state, 1);
-    const QByteArray file = readFile(defaultPlayPath);
+    QMap<QString, int> expected;
+    for (int i = 0; i < addrNum; i++)
+        expected.insert(addrlist[i].addr, addrlist[i].last_play_time);
+    const bool gone = !expected.contains(PlayerBench::address(playing));
+    if (!gone)
+        expected[PlayerBench::address(playing)] = 40;
     bench.log.clear();
     window.on_stopBtn_clicked();
-    QCOMPARE(readFile(defaultPlayPath), file);
-    QCOMPARE(bench.rewrites(), 0);
     QCOMPARE(playinglist.state, 0);
-    for (int i = 0; i < 3; i++)
-        QCOMPARE(addrlist[i].last_play_time, 0);
+    QCOMPARE(playinglist.addrIndex, index);
+    QCOMPARE(bench.rewrites(), gone ? 0 : 1);
+    QMap<QString, int> saved;
+    for (int i = 0; i < addrNum; i++)
+        saved.insert(addrlist[i].addr, addrlist[i].last_play_time);
+    QCOMPARE(saved, expected);
+    for (int i = 0; i < addrNum; i++)
+        QCOMPARE(storedPosition(defaultPlayPath, i), addrlist[i].last_play_time);
+}
+
+// Deletions before the start don't count either.
+void TestStop::withoutADeletionTheIndexDecides()
+{
+    PlayerBench bench(4);
+    lastTimePlayFlag = true;
+    TestWindow &window = bench.open();
+    window.listWidget->setCurrentRow(0);
+    window.listWidget->deleteSelected();
+    bench.play(1);
+    QVERIFY(bench.showsLength("100", 100));
+    QVERIFY(bench.showsPosition("40", 40));
+    playinglist.addrIndex = 2;
+    window.on_stopBtn_clicked();
+    QCOMPARE(addrlist[1].last_play_time, 0);
+    QCOMPARE(addrlist[2].last_play_time, 40);
 }
 
 void TestStop::stopMeansStop_data()
@@ -343,7 +400,105 @@ void TestStop::stopMeansStop()
     QVERIFY(bench.engine.runningEngines().isEmpty());
 }
 
-void TestStop::stopOfADeadEngineLeavesTheRestToThePoll()
+void TestStop::stopOfADeadEngine_data()
+{
+    QTest::addColumn<int>("way");
+    QTest::addColumn<bool>("noticed");
+    const char *ways[] = {"button", "bar", "menu", "playing row deleted", "list cleared", "closed"};
+    for (bool noticed : {false, true}) {
+        for (int way = 0; way < 6; way++)
+            QTest::addRow("%s, %s", ways[way], noticed ? "noticed" : "not noticed")
+                << way << noticed;
+    }
+}
+
+// Between the end of the engine and the poll that would have something follow.
+void TestStop::stopOfADeadEngine()
+{
+    QFETCH(int, way);
+    QFETCH(bool, noticed);
+    PlayerBench bench(3);
+    lastTimePlayFlag = true;
+    TestWindow &window = bench.open();
+    playMode = 2;
+    bench.play(1);
+    QVERIFY(bench.showsLength("100", 100));
+    QVERIFY(bench.showsPosition("7", 7));
+    QVERIFY(Processes::end({bench.engine.last().pid}));
+    QVERIFY(bench.engineHasEnded());
+    if (noticed) {
+        window.dataReceive();
+        QCOMPARE(playinglist.state, 0);
+        window.m_titleBar->setWindowTitle("title");
+        window.ui->speedSetBtn->setText("1.5x");
+        window.ui->currentTimeLabel->setText("label");
+    }
+    QVERIFY(window.processTimer->isActive());
+    bench.log.clear();
+    switch (way) {
+    case 0:
+        window.ui->stopBtn->click();
+        break;
+    case 1:
+        emit window.fsvc->stopSignal();
+        break;
+    case 2:
+        QVERIFY(QMetaObject::invokeMethod(&window, "on_stopBtn_clicked"));
+        break;
+    case 3:
+        window.listWidget->setCurrentRow(1);
+        window.listWidget->deleteSelected();
+        break;
+    case 4: {
+        WhenModal yes([](QWidget *box) {
+            qobject_cast<QMessageBox *>(box)->button(QMessageBox::Yes)->click();
+        });
+        window.listWidget->emptyList();
+        break;
+    }
+    default:
+        window.close();
+    }
+    QVERIFY(!window.processTimer->isActive());
+    QCOMPARE(playinglist.state, 0);
+    QVERIFY(!playingState);
+    if (noticed) {
+        QCOMPARE(window.m_titleBar->m_titleLabel->text(), QString("title"));
+        QCOMPARE(window.ui->speedSetBtn->text(), QString("1.5x"));
+        QCOMPARE(window.ui->currentTimeLabel->text(), QString("label"));
+        QCOMPARE(bench.rewrites(), way == 3 ? 1 : 0); // the deletion's own
+    } else if (way < 3) {
+        QCOMPARE(window.m_titleBar->m_titleLabel->text(), QString("Tarnivo播放器"));
+        QCOMPARE(addrlist[1].last_play_time, 7);
+        QCOMPARE(bench.rewrites(), 1);
+    }
+    QTest::qWait(600); // longer than a poll
+    QVERIFY(!window.processTimer->isActive());
+    QCOMPARE(bench.engine.starts().size(), 1);
+}
+
+// The entries stay then, without their rows.
+void TestStop::clearingAListThatCannotBeEmptied()
+{
+    PlayerBench bench(2);
+    TestWindow &window = bench.open();
+    playMode = 2;
+    bench.play(1);
+    QVERIFY(bench.showsPosition("7", 7));
+    QVERIFY(Processes::end({bench.engine.last().pid}));
+    QVERIFY(bench.engineHasEnded());
+    window.dataReceive();
+    QVERIFY(window.processTimer->isActive());
+    defaultPlayPath = bench.root.path() + "/none/config.json";
+    WhenModal yes(
+        [](QWidget *box) { qobject_cast<QMessageBox *>(box)->button(QMessageBox::Yes)->click(); });
+    window.listWidget->emptyList();
+    QCOMPARE(addrNum, 2);
+    QVERIFY(!window.processTimer->isActive());
+}
+
+// What follows a film is the poll's to choose, also where the last output tells of the end first.
+void TestStop::engineFoundGoneLeavesTheRestToThePoll()
 {
     PlayerBench bench(2);
     playMode = 2;
@@ -352,7 +507,7 @@ void TestStop::stopOfADeadEngineLeavesTheRestToThePoll()
     QVERIFY(bench.showsPosition("7", 7));
     QVERIFY(Processes::end({bench.engine.last().pid}));
     QVERIFY(bench.engineHasEnded());
-    window.on_stopBtn_clicked();
+    window.dataReceive();
     QCOMPARE(playinglist.state, 0);
     QVERIFY(window.processTimer->isActive());
     QVERIFY(bench.engine.waitForStarts(2));

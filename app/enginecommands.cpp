@@ -1,6 +1,6 @@
 #include "enginecommands.h"
 
-#include "common.h"
+#include "state.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 #include "engineprocess.h"
 
-#include "common.h"
 #include "enginecommands.h"
+#include "state.h"
 
 #include <csignal>
 #include <sys/prctl.h>

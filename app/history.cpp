@@ -1,7 +1,7 @@
 #include "history.h"
 
-#include "common.h"
 #include "historysave.h"
+#include "state.h"
 
 #include <QDebug>
 #include <QFile>

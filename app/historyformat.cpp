@@ -1,6 +1,6 @@
 #include "historyformat.h"
 
-#include "common.h"
+#include "state.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "historysave.h"
 
-#include "common.h"
+#include "state.h"
 
 #include <QFileInfo>
 #include <QSaveFile>

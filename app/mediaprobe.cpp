@@ -1,6 +1,6 @@
 #include "mediaprobe.h"
 
-#include "common.h"
+#include "state.h"
 
 #include <QByteArray>
 #include <QDebug>

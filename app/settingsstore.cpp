@@ -1,6 +1,7 @@
 #include "settingsstore.h"
 
-#include "common.h"
+#include "history.h"
+#include "state.h"
 
 #include <QDateTime>
 #include <QFile>

@@ -1,6 +1,8 @@
 #include "startup.h"
 
-#include "common.h"
+#include "mediaprobe.h"
+#include "settingsstore.h"
+#include "state.h"
 
 #include <QDebug>
 #include <QStringList>

@@ -1,4 +1,4 @@
-#include "common.h"
+#include "state.h"
 
 QString startPath;
 QString rBtnOpenFile[kCommandLineSlots];
@@ -23,12 +23,3 @@ int playMode = 0;
 QString screenShotPath;
 bool fullScreenFlag = false;
 bool maxFlag = false;
-
-// Resources of a static library are dropped by the linker unless something asks for them. Every
-// window needs this file, so asking here registers the pictures before main() in every program.
-static int registerIcons()
-{
-    Q_INIT_RESOURCE(icons);
-    return 0;
-}
-[[maybe_unused]] static const int iconsRegistered = registerIcons();

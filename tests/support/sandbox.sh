@@ -1,0 +1,115 @@
+# shellcheck shell=bash disable=SC2034,SC2317 # variables are shared with the scripts that read this,
+# and what traps call is taken for unreachable
+# A place of its own for a command: an empty HOME, private run-time and temporary folders, nothing of
+# the person's desktop. What was started in it ends with it, however that ends. The script that reads
+# this (with-home, with-display) calls run_command at its end.
+set -u
+
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+program=${0##*/}
+[ $# -gt 0 ] || { echo "usage: $program COMMAND [ARGUMENT...]" >&2; exit 125; }
+
+base=$(mktemp -d /tmp/display.XXXXXXXX) || exit 125
+# Every process below carries this in its environment, which is how leftovers are recognised.
+export DISPLAY_BENCH=$base
+server="" manager="" command=""
+
+own_processes() { # ids of all that descend from here, but for this shell
+    local entry pid
+    for entry in /proc/[0-9]*/environ; do
+        pid=${entry#/proc/}
+        pid=${pid%/environ}
+        [ "$pid" != $$ ] || continue
+        grep -qsxz "DISPLAY_BENCH=$base" "$entry" 2>/dev/null && echo "$pid"
+    done
+}
+
+end_process() { # asks, waits up to 3 s, insists
+    [ -n "$1" ] || return 0
+    kill -TERM "$1" 2>/dev/null
+    local i
+    for ((i = 0; i < 60; i++)); do
+        kill -0 "$1" 2>/dev/null || break
+        sleep 0.05
+    done
+    kill -KILL "$1" 2>/dev/null
+    wait "$1" 2>/dev/null
+}
+
+clean_up() {
+    local status=$?
+    trap - EXIT
+    trap '' TERM INT HUP
+    end_process "$command"
+    end_process "$manager"
+    end_process "$server"
+    local pid
+    for pid in $(own_processes); do
+        kill -KILL "$pid" 2>/dev/null
+    done
+    rm -rf "$base" 2>/dev/null || { sleep 0.2; rm -rf "$base"; }
+    exit "$status"
+}
+trap clean_up EXIT
+trap 'exit 143' TERM
+trap 'exit 130' INT
+trap 'exit 129' HUP
+
+fail() {
+    echo "$program: $1" >&2
+    exit 125
+}
+
+mkdir -p "$base/home/Pictures" "$base/home/.config/pulse" "$base/run" "$base/tmp" || exit 125
+chmod 700 "$base/run"
+# A test that wants sound starts its own sound server; none is started behind its back.
+echo "autospawn = no" >"$base/home/.config/pulse/client.conf"
+
+# Nothing of the person's desktop reaches the tests.
+for name in ${!QT_*} ${!XDG_*} ${!PULSE_*} ${!DBUS_*} ${!KDE_*} ${!GTK_*} ${!LC_*} \
+    WAYLAND_DISPLAY DESKTOP_SESSION SESSION_MANAGER XAUTHORITY LANG LANGUAGE; do
+    unset "$name"
+done
+export HOME=$base/home XDG_RUNTIME_DIR=$base/run TMPDIR=$base/tmp
+export LC_ALL=C.UTF-8 QT_QPA_PLATFORM=xcb DBUS_SESSION_BUS_ADDRESS=disabled:
+# Findings go to files, so that a failure of the leak check itself can be told from a finding.
+export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:log_path=$base/sanitizer${ASAN_OPTIONS:+:$ASAN_OPTIONS}
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1${UBSAN_OPTIONS:+:$UBSAN_OPTIONS}
+if [ -r "$here/lsan.supp" ]; then
+    export LSAN_OPTIONS=suppressions=$here/lsan.supp:print_suppressions=0${LSAN_OPTIONS:+:$LSAN_OPTIONS}
+fi
+ulimit -c 0
+
+# Job control gives each of the three its own process group and default signal handling (a plain
+# background command would run with SIGINT ignored).
+set -m
+
+run() {
+    setpriv --pdeathsig KILL "$@" &
+    command=$!
+    wait "$command" 2>/dev/null
+    status=$?
+    command=
+}
+
+# The leak check's own tracer crashes now and then on a loaded machine, after the program has done
+# its work. Only then, and with no finding of any kind, the program is run again.
+leak_check_failed() {
+    [ "$status" -ne 0 ] && grep -qs "LeakSanitizer has encountered a fatal error" "$base"/sanitizer.* &&
+        ! grep -qsE "ERROR: AddressSanitizer|detected memory leaks|runtime error" "$base"/sanitizer.*
+}
+
+# Runs it and ends this script with its exit status.
+run_command() {
+    local attempt
+    for attempt in 1 2 3; do
+        run "$@"
+        if [ "$attempt" = 3 ] || ! leak_check_failed; then
+            break
+        fi
+        echo "$program: the leak check itself failed; running $(basename "$1") again" >&2
+        rm -f "$base"/sanitizer.*
+    done
+    cat "$base"/sanitizer.* >&2 2>/dev/null
+    exit "$status"
+}

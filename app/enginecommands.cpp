@@ -98,7 +98,7 @@ QStringList engineArguments(const HistoryAddrList &entry, int decodeFlag,
                             const QString &screenShotPath, quint64 widID)
 {
     QStringList arguments;
-    if (entry.type == 2)
+    if (entry.type == EntryStream)
         arguments << "-rtsp-stream-over-tcp"
                   << "-framedrop"
                   << "-fps" << QString::number(entry.frame + 5.0);
@@ -109,10 +109,10 @@ QStringList engineArguments(const HistoryAddrList &entry, int decodeFlag,
               << "-mc"
               << "10"
               << "-zoom";
-    if (decodeFlag == 2)
+    if (decodeFlag == DecodeHardware)
         arguments << "-vc"
                   << "ffh264vdpau,ffhevcvdpau";
-    else if (decodeFlag == 1)
+    else if (decodeFlag == DecodeThreaded)
         arguments << "-lavdopts"
                   << "threads=8";
     arguments << "-vf-add" << screenshotFilter(screenShotPath) << "-wid" << windowId(widID);
@@ -123,7 +123,7 @@ QStringList mpvArguments(const HistoryAddrList &entry, int decodeFlag, quint64 w
 {
     QStringList arguments;
     arguments << entry.addr << "--title" << entry.label;
-    if (decodeFlag == 2)
+    if (decodeFlag == DecodeHardware)
         arguments << "-hwdec=auto"
                   << "-vo=gpu";
     else

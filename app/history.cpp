@@ -6,12 +6,7 @@
 #include <QDebug>
 #include <QFile>
 
-#include <algorithm>
-#include <cstring>
-
 namespace {
-constexpr int kHexBufferSize = 16;
-
 // The entries that a rewriting writes: up to the first without an address.
 HistoryEntries listedEntries(const HistoryAddrList *list)
 {
@@ -67,31 +62,6 @@ void startAnew(HistorySave &save, const HistoryAddrList &entry)
     // A failure leaves the old file; there is nobody to tell.
     save.replace(historyDocument({entry}), knownWith(entry), save.isShared());
     qDebug() << "file closed" << defaultPlayPath;
-}
-
-// Both the list and the search know a local address by its plain path. Anything that begins with
-// "file" loses seven characters, URL or not: intended.
-QString withoutFilePrefix(const QString &addr)
-{
-    return addr.startsWith(QLatin1String("file")) ? addr.mid(7) : addr;
-}
-
-void dropOldestEntry()
-{
-    std::move(std::begin(addrlist) + 1, std::end(addrlist), std::begin(addrlist));
-    addrNum = kHistoryCapacity - 1;
-    varyJsonConfig(defaultPlayPath, addrlist);
-}
-
-unsigned hexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return unsigned(c - '0');
-    if (c >= 'a' && c <= 'f')
-        return unsigned(c - 'a') + 10;
-    if (c >= 'A' && c <= 'F')
-        return unsigned(c - 'A') + 10;
-    return 0;
 }
 
 // Fills addrlist from what the file holds.
@@ -208,8 +178,10 @@ bool emptyHistoryFile(const QString &path)
 
 void addToAddrList(QString addr)
 {
-    if (addrNum >= kHistoryCapacity)
+    if (addrNum >= kHistoryCapacity) {
         dropOldestEntry();
+        varyJsonConfig(defaultPlayPath, addrlist);
+    }
 
     HistoryAddrList &entry = addrlist[addrNum];
     entry.codec_type = ::videoInfo.type;
@@ -220,30 +192,12 @@ void addToAddrList(QString addr)
     entry.height = ::videoInfo.height;
     entry.frame = ::videoInfo.frame;
     entry.state = 1;
-    const bool isStream =
-        addr.startsWith(QLatin1String("rtsp")) || addr.startsWith(QLatin1String("rtmp"));
-    entry.type = isStream ? 2 : 1;
+    entry.type = isStreamAddr(addr) ? EntryStream : EntryLocal;
     playinglist.addrIndex = addrNum;
     ++addrNum;
     // When it can't be written the entry lives in memory only.
     insertJsonConfig(&entry);
 }
-
-bool isAddrSlot(int index) { return index >= 0 && index < kHistoryCapacity; }
-
-int indexOfAddr(const QString &addr, int likely)
-{
-    if (isAddrSlot(likely) && addrlist[likely].addr == addr)
-        return likely;
-    const int count = qMin(addrNum, kHistoryCapacity);
-    for (int i = 0; i < count; ++i) {
-        if (addrlist[i].addr == addr)
-            return i;
-    }
-    return -1;
-}
-
-int checkAddrExist(QString addr) { return indexOfAddr(withoutFilePrefix(addr)); }
 
 void saveLastPlayTime(int index, int seconds)
 {
@@ -252,31 +206,4 @@ void saveLastPlayTime(int index, int seconds)
     addrlist[index].last_play_time = seconds;
     rememberPlayed(addrlist[index].addr);
     varyJsonConfig(defaultPlayPath, addrlist);
-}
-
-QString getFileNameFromAddr(QString addr) { return addr.mid(addr.lastIndexOf('/') + 1); }
-
-QString checkInputFileName(QString name)
-{
-    QString decoded;
-    int start = 0;
-    for (int percent = name.indexOf('%'); percent >= 0; percent = name.indexOf('%', start)) {
-        // Each byte becomes a character of its own; UTF-8 is not put together again: intended.
-        QByteArray digits = name.mid(percent + 1, 2).toLatin1();
-        decoded += name.midRef(start, percent - start);
-        decoded += QLatin1Char(char(changeNum(digits.data(), 2)));
-        start = percent + 3;
-    }
-    return decoded + name.midRef(start);
-}
-
-int changeNum(char *text, int n)
-{
-    char buffer[kHexBufferSize] = {};
-    std::memcpy(buffer, text, strnlen(text, sizeof buffer));
-    // Unsigned, because more than seven digits may overflow.
-    unsigned sum = 0;
-    for (int i = 0; i < qMin(n, kHexBufferSize); ++i)
-        sum = sum * 16 + hexDigit(buffer[i]);
-    return int(sum);
 }

@@ -1,8 +1,10 @@
-// The history file (JSON) and the helpers for addresses. The array addrlist and its count addrNum
-// are the truth; the file is their copy at rest. All functions run on the GUI thread. A save
-// replaces the file in one step and reaches the disk before it returns.
+// The history file (JSON). The array addrlist and its count addrNum are the truth; the file is their
+// copy at rest. All functions run on the GUI thread. A save replaces the file in one step and
+// reaches the disk before it returns.
 #pragma once
 
+#include "addresses.h"
+#include "entries.h"
 #include "historyformat.h"
 
 #include <QString>
@@ -33,25 +35,5 @@ bool emptyHistoryFile(const QString &path);
 // the file. When all slots are used the oldest entry is dropped.
 void addToAddrList(QString addr);
 
-// Whether index lies in addrlist, whose entries end before addrNum.
-bool isAddrSlot(int index);
-
-// Index of the entry with exactly this address, or -1; likely is looked at first, as a history
-// edited by hand may hold an address twice.
-int indexOfAddr(const QString &addr, int likely = -1);
-
-// Index of the entry with this address, or -1. A leading "file://" is ignored.
-int checkAddrExist(QString addr);
-
 // Stores a resume position in seconds and rewrites the file. An index outside the array is ignored.
 void saveLastPlayTime(int index, int seconds);
-
-// Display name: what follows the last "/" of addr.
-QString getFileNameFromAddr(QString addr);
-
-// Percent-decodes a name from the command line; each encoded byte becomes one Latin-1 character.
-QString checkInputFileName(QString name);
-
-// Value of the first n (at most 16) characters of text read as hexadecimal digits; any other
-// character counts 0.
-int changeNum(char *text, int n);

@@ -65,10 +65,10 @@ QString durationText(double duration)
 int codecCode(const QString &name)
 {
     if (name == QLatin1String("h264"))
-        return 0;
+        return CodecH264;
     if (name == QLatin1String("h265") || name == QLatin1String("hevc"))
-        return 1;
-    return 2;
+        return CodecHevc;
+    return CodecOther;
 }
 
 void readDuration(const QJsonObject &stream)

@@ -23,7 +23,3 @@ bool playsForEver(int mode)
 {
     return mode == PlayModeRepeatOne || mode == PlayModeRepeatList || mode == PlayModeRandom;
 }
-
-int entryOfRow(int row, int count) { return count - 1 - row; }
-
-int rowOfEntry(int entry, int count) { return count - 1 - entry; }

@@ -1,4 +1,4 @@
-// What follows at the end of a file, and how list rows map to entries.
+// What follows at the end of a file.
 #pragma once
 
 // Play modes as stored in the settings and as indexes of the settings dialog's choice.
@@ -22,7 +22,3 @@ NextEntry nextEntry(int mode, int index, int count, int randomNumber);
 
 // Whether the list never ends in this mode by itself.
 bool playsForEver(int mode);
-
-// Row r of the list shows entry count-1-r and the other way round: the newest entry is on top.
-int entryOfRow(int row, int count);
-int rowOfEntry(int entry, int count);

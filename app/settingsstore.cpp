@@ -38,8 +38,8 @@ void loadSettings(const QSettings &settings)
 {
     defaultPlayPath = textOf(settings, SettingRecordFile);
     decodeFlag = numberOf(settings, SettingDecodeFlag);
-    if (decodeFlag < 0 || decodeFlag > 2)
-        decodeFlag = 2;
+    if (decodeFlag < DecodeSingle || decodeFlag > DecodeHardware)
+        decodeFlag = DecodeHardware;
     firstStartFlag = numberOf(settings, SettingFirstStart);
     defaultVolum = numberOf(settings, SettingDefaultVolum);
     lastTimePlayFlag = numberOf(settings, SettingDefaultLastTime) != 0;

@@ -41,7 +41,7 @@ bool passFirstStart()
     if (firstStartFlag == 0)
         return true;
     setDefaultConfig("0", SettingFirstStart);
-    if (decodeFlag != 2)
+    if (decodeFlag != DecodeHardware)
         return true;
     const char *command = "dpkg -l|grep vdpau ";
     qDebug() << command;
@@ -51,6 +51,6 @@ bool passFirstStart()
 
 void fallBackToSoftwareDecoding()
 {
-    decodeFlag = 1;
+    decodeFlag = DecodeThreaded;
     setDefaultConfig("1", SettingDecodeFlag);
 }

@@ -8,18 +8,28 @@
 
 class QProcess;
 
+// Names for the numbers that the records and globals below hold.
+enum EntryKind { EntryLocal = 1, EntryStream = 2 }; // a stream begins with "rtsp" or "rtmp"
+enum CodecKind { CodecH264 = 0, CodecHevc = 1, CodecOther = 2 };
+enum DecodeMode {
+    DecodeSingle = 0, // software
+    DecodeThreaded = 1, // software in several threads
+    DecodeHardware = 2, // VDPAU
+};
+enum DelayKind { DelayAudio = 0, DelaySubtitle = 1 };
+
 constexpr int kHistoryCapacity = 999;
 constexpr int kCommandLineSlots = 99;
 
 // One media entry of the list that is at once history and playlist.
 struct HistoryAddrList {
-    int type = 0; // 1 local file, 2 network stream ("rtsp"/"rtmp")
+    int type = 0; // EntryKind
     int width = 0; // pixels
     int height = 0; // pixels
     float frame = 0; // frames per second
     int pid_mplayer = 0; // unused
     int state = 0; // 1 slot in use, 0 vacated
-    int codec_type = 0; // 0 H.264, 1 H.265/HEVC, 2 anything else
+    int codec_type = 0; // CodecKind
     int last_play_time = 0; // resume position in seconds, 0 from the start
     QString label; // display name
     QString addr; // local path or stream URL
@@ -29,7 +39,7 @@ struct HistoryAddrList {
 // What the probe found in the last probed medium.
 struct videoInfo {
     float frame = 0; // frames per second, 0 when unknown or above 100
-    int type = 0; // 0 H.264, 1 H.265/HEVC, 2 anything else
+    int type = 0; // CodecKind
     int width = 0; // pixels
     int height = 0; // pixels
     QString vcodecType; // video codec description
@@ -64,14 +74,14 @@ extern int addrNum; // number of used entries
 extern struct videoInfo videoInfo; // the last probed medium; written by the probe
 extern PlayingList playinglist; // the current playback
 extern bool playingState; // true while playing (not paused, not stopped)
-extern int decodeFlag; // 0 software, 1 multi-threaded software, 2 VDPAU hardware decoding
+extern int decodeFlag; // DecodeMode
 extern int decodeSoftware; // 0 the slave-mode engine, else mpv; the settings loader forces 0
 extern QString defaultPlayPath; // path of the history file
 extern int defaultVolum; // volume 0..100, saved at exit
 extern bool muteFlag; // audio muted
 extern double audioDelay; // seconds
 extern double subDelay; // seconds
-extern int delayFlag; // which delay the delay dialog edits: 0 audio, 1 subtitle
+extern int delayFlag; // which delay the delay dialog edits (DelayKind)
 extern bool subTitleFlag; // an external subtitle file is loaded
 extern bool lastTimePlayFlag; // resume each file at its last position
 extern bool emptyListCheckFlag; // empty the list on exit

@@ -1,7 +1,6 @@
 // The shared state as the program finds it before main() runs.
 #include "common.h"
 
-#include <QFile>
 #include <QtTest>
 
 #include <algorithm>
@@ -16,7 +15,6 @@ private slots:
     void startsWithNoPlayback();
     void startsWithNoMedium();
     void recordsHaveZeroDefaults();
-    void registersThePictures();
 };
 
 void TestCommon::startsWithTheseValues()
@@ -127,8 +125,6 @@ void TestCommon::recordsHaveZeroDefaults()
     QCOMPARE(list->state, 0);
     QCOMPARE(list->lastPlayIndex, 0);
 }
-
-void TestCommon::registersThePictures() { QVERIFY(QFile::exists(":/image/icon/video1.png")); }
 
 QTEST_GUILESS_MAIN(TestCommon)
 #include "tst_common.moc"

@@ -1,3 +1,4 @@
+#include "entries.h"
 #include "playorder.h"
 
 #include <QtTest>

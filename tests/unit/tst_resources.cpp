@@ -136,6 +136,7 @@ class TestResources : public QObject {
 
 private slots:
     void initTestCase();
+    void registersThePictures();
     void pictures_data();
     void pictures();
     void nothingElseAndNothingMissing();
@@ -160,6 +161,8 @@ void TestResources::pictures_data()
         QTest::newRow(picture.path) << QString(picture.path) << picture.size;
     }
 }
+
+void TestResources::registersThePictures() { QVERIFY(QFile::exists(":/image/icon/video1.png")); }
 
 void TestResources::pictures()
 {

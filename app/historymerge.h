@@ -1,6 +1,7 @@
 // Brings together what two players have made of one history. Pure: knows no file and no list.
 #pragma once
 
+#include "historyformat.h"
 #include "state.h"
 
 #include <QSet>

@@ -33,6 +33,7 @@ test_packages=(
     libxcb1-dev
     xdotool
     wmctrl
+    x11-xserver-utils
     imagemagick
     bubblewrap
     sox

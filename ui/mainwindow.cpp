@@ -13,6 +13,7 @@
 #include "terminationnotifier.h"
 #include "titlebar.h"
 #include "ui_mainwindow.h"
+#include "windowplace.h"
 
 #include <QCloseEvent>
 #include <QDebug>
@@ -100,6 +101,7 @@ void MainWindow::setUpCompanions()
     const QRect screen = QGuiApplication::primaryScreen()->geometry();
     screenWidth = screen.width();
     screenHeight = screen.height();
+    firstScreens = screenPlaces();
     qDebug() << "w=" << screenWidth << " h=" << screenHeight;
 
     sw = new speedWind;

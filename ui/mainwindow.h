@@ -6,7 +6,9 @@
 #include "enginerun.h"
 
 #include <QMainWindow>
+#include <QRect>
 #include <QString>
+#include <QVector>
 
 class ListWidget;
 class FullScreenVideoControl;
@@ -221,6 +223,7 @@ private:
     void setNormalWidgetsVisible(bool visible);
     void showBar();
 
+    QVector<QRect> firstScreens; // the screens at construction
     bool stopping = false; // true inside a stop, whose close() can deliver output and so call back
     EngineRun run; // what is known of the engine that was started last
     FailureRow failures; // engines in a row that failed at once

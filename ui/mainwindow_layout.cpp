@@ -8,6 +8,7 @@
 #include "speedwind.h"
 #include "titlebar.h"
 #include "ui_mainwindow.h"
+#include "windowplace.h"
 
 #include <QResizeEvent>
 #include <QTimer>
@@ -26,8 +27,9 @@ void MainWindow::resizeEvent(QResizeEvent *event)
     layOutButtonRow(sliderY);
     putListInPlace();
     ui->listWidget->hide();
-    // Wider than the window while the list is hidden: intended.
+    // Wider than the window while the list is hidden: intended. Its buttons stay inside.
     m_titleBar->setFixedWidth(ui->playWidget->width() + listWidget->width());
+    m_titleBar->keepButtonsInside();
     // Every resize puts the slider back to the default volume: intended.
     ui->volumSlider->setValue(defaultVolum);
     // The window's own screen position is used for a child here: intended, the grip stays hidden.
@@ -65,7 +67,7 @@ void MainWindow::layOutButtonRow(int sliderY)
     const int playWidth = width() - ui->listWidget->width();
     QSlider *slider = ui->processSlider;
     slider->move(slider->x(), sliderY);
-    slider->setFixedSize(qMax(0, isMaximized() ? playWidth - 20 : playWidth), 20);
+    slider->setFixedSize(qMax(0, isMaximizedAnywhere(this) ? playWidth - 20 : playWidth), 20);
 
     // All spacing keys on the play button's width: intended.
     const int middle = (width() - 50) / 2 - 100;
@@ -103,7 +105,16 @@ void MainWindow::showEvent(QShowEvent *event)
     centre();
 }
 
-void MainWindow::centre() { move((screenWidth - width()) / 2, (screenHeight - height()) / 2); }
+// By the screen that was there at the start: intended. If another one has come or gone since, the
+// window might stand where no mouse reaches it.
+void MainWindow::centre()
+{
+    QPoint place((screenWidth - width()) / 2, (screenHeight - height()) / 2);
+    const QVector<QRect> screens = screenPlaces();
+    if (screens != firstScreens)
+        place = placeOnScreens(QRect(place, size()), m_titleBar->height(), screens);
+    m_titleBar->moveWindow(place);
+}
 
 void MainWindow::on_hideListBtn_clicked()
 {

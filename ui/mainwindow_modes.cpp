@@ -11,9 +11,11 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QScreen>
 #include <QShowEvent>
 #include <QTimer>
 #include <QWindow>
@@ -47,7 +49,7 @@ void MainWindow::on_fullScreenBtn_clicked()
     widgetNormalHeight = ui->playWidget->height();
     ui->playWidget->setFixedSize(screenWidth, screenHeight);
     showFullScreen();
-    move(0, 0);
+    m_titleBar->moveWindow(QPoint(0, 0));
     ui->playWidget->move(0, 0);
 }
 
@@ -64,8 +66,10 @@ void MainWindow::showNormalWin()
     ui->playWidget->setFixedSize(widgetNormalWidth, widgetNormalHeight);
     showNormal(); // also a window that was maximised: intended
     m_titleBar->setFixedWidth(widgetNormalWidth + ui->listWidget->width());
-    // The window's own screen position is used for a child here: intended.
-    ui->playWidget->move(x(), y() + m_titleBar->height() + 10);
+    // The window's own position on its screen is used for a child here: intended.
+    const QScreen *own = QGuiApplication::screenAt(geometry().center());
+    const QPoint place = pos() - (own ? own : screen())->geometry().topLeft();
+    ui->playWidget->move(place.x(), place.y() + m_titleBar->height() + 10);
 }
 
 void MainWindow::recvFullScreenSignal()

@@ -4,6 +4,7 @@
 #include "controls.h"
 #include "dialogs.h"
 #include "settings.h"
+#include "windowplace.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -15,6 +16,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QStyle>
+#include <QWindow>
 
 namespace {
 constexpr int kHeight = 30;
@@ -139,13 +141,14 @@ void TitleBar::onClicked()
     if (sender() == m_minimizeButton) {
         top->showMinimized();
     } else if (sender() == m_maximizeButton) {
-        if (top->isMaximized()) {
-            top->showNormal();
+        if (isMaximizedAnywhere(top)) {
+            restore(top);
             setFixedSize(normalWidth, kHeight);
             m_maximizeButton->setIcon(controlIcon(kMaximizeIcon));
         } else {
             if (top->width() != screenWidth)
                 normalWidth = top->width();
+            placeToRestore = QRect();
             top->showMaximized();
             setFixedSize(screenWidth, kHeight);
             m_maximizeButton->setIcon(controlIcon(kRestoreIcon));
@@ -153,6 +156,51 @@ void TitleBar::onClicked()
     } else if (sender() == m_closeButton) {
         top->close();
     }
+}
+
+void TitleBar::restore(QWidget *top)
+{
+    // The window manager is asked only where Qt takes the window for maximised.
+    if (!top->isMaximized())
+        top->overrideWindowState(top->windowState() | Qt::WindowMaximized);
+    top->showNormal();
+    // A window manager that took the move for the end of being maximised (kwin) leaves the size as
+    // it is. For the others it is the size that they have just given back.
+    if (placeToRestore.isValid() && top->windowHandle())
+        top->windowHandle()->setGeometry(placeToRestore);
+    placeToRestore = QRect();
+}
+
+void TitleBar::moveWindow(const QPoint &position)
+{
+    QWidget *top = parentWidget();
+    const QWindow *native = top->windowHandle();
+    const Qt::WindowStates held = native
+        ? native->windowStates() & (Qt::WindowMaximized | Qt::WindowFullScreen)
+        : Qt::WindowNoState;
+    const QRect normal = top->normalGeometry(); // with the first move Qt forgets it
+    if (!(held & Qt::WindowMaximized))
+        placeToRestore = QRect();
+    else if (top->isMaximized() && normal.isValid())
+        placeToRestore = normal.size() == top->size() ? QRect() : normal;
+    top->move(position);
+    if (held & ~top->windowState())
+        top->overrideWindowState(top->windowState() | held);
+}
+
+void TitleBar::keepButtonsInside()
+{
+    if (!parentWidget())
+        return;
+    const int hangsOver = qMax(0, x() + width() - parentWidget()->width());
+    layout()->setContentsMargins(0, 0, hangsOver, 0);
+    layout()->activate();
+}
+
+void TitleBar::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    keepButtonsInside();
 }
 
 void TitleBar::setWindowAlwaysOnTop()
@@ -200,7 +248,7 @@ void TitleBar::mouseMoveEvent(QMouseEvent *event)
 {
     if (!m_leftButtonPressed || !parentWidget())
         return;
-    parentWidget()->move(parentWidget()->geometry().topLeft() + event->globalPos() - m_start);
+    moveWindow(parentWidget()->geometry().topLeft() + event->globalPos() - m_start);
     m_start = event->globalPos();
 }
 
@@ -226,7 +274,7 @@ void TitleBar::contextMenuEvent(QContextMenuEvent *)
 
 void TitleBar::updateMaximize()
 {
-    const bool maximized = window()->isMaximized();
+    const bool maximized = isMaximizedAnywhere(window());
     setHint(m_maximizeButton, maximized ? tr("Restore") : tr("Maximize"));
     m_maximizeButton->setProperty(
         "maximizeProperty", maximized ? QStringLiteral("restore") : QStringLiteral("maximize"));

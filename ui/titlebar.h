@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QPoint>
+#include <QRect>
 #include <QWidget>
 
 class QLabel;
@@ -21,6 +22,12 @@ public:
     void SetTitleBarIcon(const QString &path);
     // The window no longer follows the mouse, as when the left button is released.
     void endDrag() { m_leftButtonPressed = false; }
+    // Moves the window as its move() does, but Qt goes on knowing that it is maximised or in full
+    // screen where the window manager keeps it so.
+    void moveWindow(const QPoint &position);
+    // Keeps the buttons inside the window where the bar is wider than that. For the window,
+    // whenever its width has changed.
+    void keepButtonsInside();
 
     QLabel *m_iconLabel = nullptr;
     QLabel *m_titleLabel = nullptr;
@@ -53,6 +60,7 @@ public slots:
     void recvSetEmptyListExitFlagSigbal(); // stores emptyListCheckFlag
 
 protected:
+    void resizeEvent(QResizeEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
@@ -65,6 +73,9 @@ private:
     void setUpLayout();
     void connectAll();
     void updateMaximize();
+    void restore(QWidget *top);
     QPushButton *addButton(const QString &objectName, const QSize &size, const QString &icon,
                            const QString &toolTip);
+
+    QRect placeToRestore; // of a maximised window that was moved; else empty
 };

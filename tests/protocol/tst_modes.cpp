@@ -92,6 +92,7 @@ void TestModes::enterFullScreen()
     QCOMPARE(window->ui->playWidget->minimumSize(), screen.size());
     QCOMPARE(window->ui->playWidget->maximumSize(), screen.size());
     QCOMPARE(window->ui->playWidget->pos(), QPoint(0, 0));
+    QVERIFY(window->isFullScreen()); // at once, or it could not be left before the answer comes
 
     QTRY_VERIFY(bench->fillsScreen());
     QTRY_COMPARE(Screen::geometry(window->ui->playWidget->winId()), screen);

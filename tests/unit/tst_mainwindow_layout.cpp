@@ -26,6 +26,7 @@ private slots:
     void geometryWithHiddenList();
     void geometryMaximised_data();
     void geometryMaximised();
+    void titleButtonsStayInside();
     void tinyWindow();
     void resizeInFullScreenChangesNothing();
     void listToggle();
@@ -250,6 +251,50 @@ void TestMainWindowLayout::geometryMaximised()
     window.showNormal();
     QTRY_COMPARE(window.size(), QSize(945, 564));
     QTRY_COMPARE(window.ui->processSlider->width(), 734);
+}
+
+// Whatever the bar's own width is: while the list is hidden that is more than the window's.
+void TestMainWindowLayout::titleButtonsStayInside()
+{
+    TestWindow window(nullptr);
+    show(window);
+    const TitleBar *bar = window.m_titleBar;
+    const auto end = [&] { return bar->m_closeButton->geometry().right() + 1; };
+    const auto row = [&] { return end() - bar->m_thumbtackBtn->x(); };
+    window.on_hideListBtn_clicked();
+    resizeTo(window, 1000, 600);
+    QCOMPARE(bar->width(), 995 + 211);
+    QCOMPARE(end(), 1000);
+    QCOMPARE(row(), 22 + 4 * 27);
+    window.on_hideListBtn_clicked(); // the list is back, the bar as wide as before
+    QCOMPARE(bar->width(), 995 + 211);
+    QCOMPARE(end(), 1000);
+    resizeTo(window, 945, 564);
+    QCOMPARE(end(), 940);
+
+    window.on_hideListBtn_clicked();
+    bar->m_maximizeButton->click();
+    QTRY_COMPARE(window.size(), QSize(1280, 800));
+    QTRY_COMPARE(bar->width(), 1275 + 211);
+    QTRY_COMPARE(end(), 1280);
+    bar->m_maximizeButton->click();
+    QTRY_COMPARE(window.size(), QSize(945, 564));
+    QTRY_COMPARE(bar->width(), 940 + 211);
+    QTRY_COMPARE(end(), 945);
+
+    window.on_fullScreenBtn_clicked();
+    QTRY_COMPARE(window.size(), QSize(1280, 800));
+    window.showNormalWin();
+    QTRY_COMPARE(window.size(), QSize(945, 564));
+    QTRY_COMPARE(bar->width(), 940 + 211);
+    QTRY_COMPARE(end(), 945);
+    QCOMPARE(row(), 22 + 4 * 27);
+
+    window.m_titleBar->setFixedWidth(995 + 211); // which the next size gives it as well
+    QTRY_COMPARE(end(), 945);
+    resizeTo(window, 1000, 600);
+    QCOMPARE(bar->width(), 995 + 211);
+    QCOMPARE(end(), 1000);
 }
 
 // Smaller than its parts: nothing has a negative size, and all comes back.

@@ -30,6 +30,8 @@ private slots:
     void everythingInsideTheBar_data();
     void everythingInsideTheBar();
     void titleIsPlainText();
+    void buttonsStayInsideTheWindow_data();
+    void buttonsStayInsideTheWindow();
     void iconFromFile();
     void pressesAndMoves();
     void rightDragDoesNotMove();
@@ -205,6 +207,41 @@ void TestTitleBar::titleIsPlainText()
     QVERIFY2(brightest > 230, qPrintable(QString::number(brightest)));
 }
 
+void TestTitleBar::buttonsStayInsideTheWindow_data()
+{
+    QTest::addColumn<int>("window");
+    QTest::addColumn<int>("width"); // of the bar
+    QTest::addColumn<QString>("title");
+    QTest::newRow("narrower") << 945 << 940 << "a title";
+    QTest::newRow("as wide") << 945 << 945 << "a title";
+    QTest::newRow("wider") << 945 << 1151 << "a title";
+    QTest::newRow("wider, long title") << 945 << 1151 << QString(300, 'W');
+    QTest::newRow("small window") << 240 << 446 << QString(300, 'W');
+}
+
+void TestTitleBar::buttonsStayInsideTheWindow()
+{
+    QFETCH(int, window);
+    QFETCH(int, width);
+    QFETCH(QString, title);
+    Host host(QSize(window, 200));
+    host.bar->setFixedWidth(width);
+    host.bar->setWindowTitle(title);
+    QVERIFY(host.show());
+    QCOMPARE(host.bar->width(), width);
+    const int end = qMin(window, width);
+    QTRY_COMPARE(host.bar->m_closeButton->geometry().right(), end - 1);
+    QCOMPARE(host.bar->m_thumbtackBtn->x(), end - 22 - 4 * 27);
+    QVERIFY(host.bar->m_titleLabel->geometry().right() < host.bar->m_thumbtackBtn->x());
+
+    host.window.resize(window + 100, 200);
+    QTRY_COMPARE(host.window.width(), window + 100);
+    host.bar->keepButtonsInside();
+    QTRY_COMPARE(host.bar->m_closeButton->geometry().right(), qMin(window + 100, width) - 1);
+    host.bar->setFixedWidth(window + 150);
+    QTRY_COMPARE(host.bar->m_closeButton->geometry().right(), window + 100 - 1);
+}
+
 void TestTitleBar::iconFromFile()
 {
     TitleBar bar;
@@ -295,6 +332,7 @@ void TestTitleBar::maximisedWindowIsMovedToo()
     QMouseEvent move = mouse(QEvent::MouseMove, {170, 115}, Qt::NoButton, Qt::LeftButton);
     bar.mouseMoveEvent(&move);
     QCOMPARE(window.pos(), QPoint(120, 105));
+    QVERIFY(window.isMaximized());
 }
 
 void TestTitleBar::settingsDialogSignals()

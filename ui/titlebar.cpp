@@ -9,13 +9,18 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHBoxLayout>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QStyle>
+#include <QTextDocument>
+#include <QToolTip>
 #include <QWindow>
 
 namespace {
@@ -34,6 +39,54 @@ const auto kPinText = QStringLiteral("总在最前");
 const auto kUnpinText = QStringLiteral("取消最前");
 const auto kSettingsText = QStringLiteral("设置");
 const auto kCloseText = QStringLiteral("关闭");
+
+// A name as a tool tip that takes at most this width: as it is where it fits, else with places to
+// break the line behind every sign that is no letter, and in words that are too long by themselves.
+QString tipOf(const QString &name, int width)
+{
+    if (!Qt::mightBeRichText(name) &&
+        QFontMetrics(QToolTip::font()).horizontalAdvance(name) < width)
+        return name;
+    static const QRegularExpression breakBehind(QStringLiteral("([^\\w\\s]|_|\\w{30})"),
+                                                QRegularExpression::UseUnicodePropertiesOption);
+    const QString breakable = QString(name).replace(breakBehind, QStringLiteral("\\1\u200b"));
+    return QStringLiteral("<qt>%1</qt>")
+        .arg(breakable.toHtmlEscaped().replace('\n', QLatin1String("<br>")));
+}
+
+// A title that is too long is shown with "…" in its middle, so that the beginning of a file's name
+// and its end, where the number and the kind are, can be read; a tool tip tells all of it. The text
+// itself stays whole.
+class TitleLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+
+protected:
+    void paintEvent(QPaintEvent *event) override
+    {
+        if (!isCut()) {
+            QLabel::paintEvent(event);
+            return;
+        }
+        QPainter painter(this);
+        const QString line = QString(text()).replace('\n', ' ');
+        const QString shown = fontMetrics().elidedText(line, Qt::ElideMiddle, width());
+        style()->drawItemText(&painter, rect(), int(alignment()), palette(), isEnabled(), shown,
+                              foregroundRole());
+    }
+
+    bool event(QEvent *event) override
+    {
+        if (event->type() != QEvent::ToolTip || !isCut())
+            return QLabel::event(event);
+        const QPoint pointer = static_cast<QHelpEvent *>(event)->globalPos();
+        QToolTip::showText(pointer, tipOf(text(), screen()->geometry().width() * 9 / 10), this);
+        return true;
+    }
+
+private:
+    bool isCut() const { return width() < sizeHint().width(); }
+};
 } // namespace
 
 TitleBar::TitleBar(QWidget *parent)
@@ -62,7 +115,7 @@ void TitleBar::setUpLabels()
     m_iconLabel->setScaledContents(true);
     m_iconLabel->move(0, 0);
 
-    m_titleLabel = new QLabel(this);
+    m_titleLabel = new TitleLabel(this);
     m_titleLabel->setTextFormat(Qt::PlainText); // file names may look like markup
     m_titleLabel->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }

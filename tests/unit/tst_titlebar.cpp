@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QScreen>
 #include <QSignalSpy>
+#include <QTextDocument>
+#include <QToolTip>
 #include <QtTest>
 
 namespace {
@@ -15,6 +17,43 @@ QMouseEvent mouse(QEvent::Type type, const QPoint &global, Qt::MouseButton butto
                   Qt::MouseButtons buttons)
 {
     return QMouseEvent(type, QPointF(5, 5), QPointF(global), button, buttons, Qt::NoModifier);
+}
+
+QImage painted(QLabel *label)
+{
+    QImage image(label->size(), QImage::Format_RGB32);
+    image.fill(Qt::black);
+    label->render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
+    return image;
+}
+
+// A plain label that looks like this one, with another text.
+QImage paintedAs(const QLabel *label, const QString &text)
+{
+    QLabel other;
+    other.setTextFormat(Qt::PlainText);
+    other.setAlignment(label->alignment());
+    other.setPalette(label->palette());
+    other.setFont(label->font());
+    other.resize(label->size());
+    other.setText(text);
+    return painted(&other);
+}
+
+// What the pointer gets to read over the label; nothing when no tip comes.
+QString tip(QLabel *label)
+{
+    QToolTip::hideText();
+    QHelpEvent event(QEvent::ToolTip, QPoint(5, 5), label->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(label, &event);
+    if (!event.isAccepted())
+        return QString();
+    QTextDocument text;
+    if (Qt::mightBeRichText(QToolTip::text()))
+        text.setHtml(QToolTip::text());
+    else
+        text.setPlainText(QToolTip::text());
+    return text.toPlainText().remove(QChar(0x200b));
 }
 } // namespace
 
@@ -30,6 +69,9 @@ private slots:
     void everythingInsideTheBar_data();
     void everythingInsideTheBar();
     void titleIsPlainText();
+    void longTitleIsElided_data();
+    void longTitleIsElided();
+    void tipFitsTheScreen();
     void buttonsStayInsideTheWindow_data();
     void buttonsStayInsideTheWindow();
     void iconFromFile();
@@ -205,6 +247,72 @@ void TestTitleBar::titleIsPlainText()
             brightest = qMax(brightest, qGray(image.pixel(x, y)));
     }
     QVERIFY2(brightest > 230, qPrintable(QString::number(brightest)));
+}
+
+void TestTitleBar::longTitleIsElided_data()
+{
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<QString>("line"); // that is cut
+    const QString ending = QStringLiteral(" 第12集（完）.mkv");
+    QTest::newRow("fits") << QString("<b>x</b>.mp4") << QString();
+    const QString letters = QString(160, 'W') + ending;
+    QTest::newRow("letters") << letters << letters;
+    const QString characters = QString(90, QChar(0x5267)) + ending;
+    QTest::newRow("characters") << characters << characters;
+    const QString markup = "<b>" + QString(160, 'x') + "</b>&amp;.mp4";
+    QTest::newRow("markup") << markup << markup;
+    const QString lines = QString(80, 'a') + '\n' + QString(80, 'b') + ending;
+    QTest::newRow("two lines") << lines << QString(lines).replace('\n', ' ');
+}
+
+void TestTitleBar::longTitleIsElided()
+{
+    QFETCH(QString, title);
+    QFETCH(QString, line);
+    Host host(QSize(700, 200));
+    host.bar->setWindowTitle(title);
+    QVERIFY(host.show());
+    QLabel *label = host.bar->m_titleLabel;
+    QTRY_VERIFY(host.bar->rect().contains(label->geometry()));
+    QCOMPARE(label->text(), title);
+    QCOMPARE(label->toolTip(), QString());
+    QCOMPARE(host.bar->m_closeButton->geometry().right(), 699);
+    if (line.isEmpty()) {
+        QCOMPARE(painted(label), paintedAs(label, title));
+        QCOMPARE(tip(label), QString());
+        return;
+    }
+    QCOMPARE(label->geometry(), QRect(25, label->y(), 700 - 25 - 4 * 27 - 22, label->height()));
+    const QString shown = label->fontMetrics().elidedText(line, Qt::ElideMiddle, label->width());
+    QVERIFY(shown.contains(QChar(0x2026)) && shown.left(9) == line.left(9));
+    QCOMPARE(shown.right(4), line.right(4));
+    QCOMPARE(painted(label), paintedAs(label, shown));
+    QCOMPARE(tip(label), title);
+    host.bar->setWindowTitle("short");
+    QTRY_COMPARE(label->width(), label->sizeHint().width());
+    QCOMPARE(painted(label), paintedAs(label, "short"));
+    QCOMPARE(tip(label), QString());
+}
+
+// A tip that is wider than the screen would lose its end.
+void TestTitleBar::tipFitsTheScreen()
+{
+    Host host;
+    QVERIFY(host.show());
+    for (const QString &title :
+         {QString(200, 'W'), QString("Some.Name-1080p_").repeated(20),
+          QString("a name with blanks ").repeated(14) + "end", QString(80, QChar(0x5267))}) {
+        host.bar->setWindowTitle(title);
+        QCOMPARE(tip(host.bar->m_titleLabel), title);
+        const QWidget *shown = nullptr;
+        for (const QWidget *widget : QApplication::topLevelWidgets()) {
+            if (widget->inherits("QTipLabel"))
+                shown = widget;
+        }
+        QVERIFY(shown && shown->isVisible());
+        QVERIFY2(shown->width() <= 1280, qPrintable(QString::number(shown->width())));
+    }
+    QToolTip::hideText();
 }
 
 void TestTitleBar::buttonsStayInsideTheWindow_data()

@@ -10,9 +10,7 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -20,6 +18,9 @@
 namespace {
 
 constexpr size_t kProbeTextLimit = kProbeBufferSize - 1;
+static_assert(kProbeTextLimit == kCommandOutputLimit);
+bool givenUp = false; // the last probe was
+
 constexpr char kShellSigns[] = "\"\\$`"; // what a POSIX shell interprets between double quotes
 
 // In some multi-byte charsets a sign is also the second byte of a letter, which no quoting makes
@@ -137,24 +138,6 @@ QString probeCommand(const QString &file)
     return command + QLatin1Char('"');
 }
 
-QByteArray readCommandOutput(const QByteArray &command)
-{
-    FILE *pipe = popen(command.constData(), "r");
-    if (!pipe)
-        return QByteArray();
-    QByteArray output(static_cast<int>(kProbeTextLimit), '\0');
-    size_t length = 0;
-    // The end of another child, the engine, interrupts the reading: Qt's handler for it does not
-    // have interrupted calls restarted.
-    do {
-        clearerr(pipe);
-        length += fread(output.data() + length, 1, kProbeTextLimit - length, pipe);
-    } while (length < kProbeTextLimit && ferror(pipe) && errno == EINTR);
-    pclose(pipe); // how the command ended tells nothing that its output doesn't
-    output.truncate(static_cast<int>(length));
-    return output;
-}
-
 void AnalyseToken(char *in, char *out)
 {
     std::vector<char> scratch(kProbeBufferSize, '\0');
@@ -217,20 +200,23 @@ int readConfigFromBuffer(char *text)
     return 0;
 }
 
-bool probeMedia(const QString &file)
+bool probeMedia(const QString &file, MakeCompany makeCompany)
 {
     const QByteArray command = shellBytes(probeCommand(file));
-    QByteArray output;
+    CommandResult result;
     if (!command.isEmpty()) {
         qDebug() << command.constData();
-        output = readCommandOutput(command);
+        result = runCommand(command, makeCompany);
     }
+    givenUp = result.givenUp;
 
     std::vector<char> raw(kProbeBufferSize, '\0');
     std::vector<char> filtered(kProbeBufferSize, '\0');
-    std::copy(output.begin(), output.end(), raw.begin());
+    std::copy(result.output.begin(), result.output.end(), raw.begin());
 
     videoInfo = {};
     AnalyseToken(raw.data(), filtered.data());
     return readConfigFromBuffer(filtered.data()) == 0;
 }
+
+bool probeWasGivenUp() { return givenUp; }

@@ -2,6 +2,8 @@
 // one place that starts the tool is probeMedia().
 #pragma once
 
+#include "commandoutput.h"
+
 #include <QString>
 
 constexpr int kProbeBufferSize = 9999; // bytes, the last one is always the terminator
@@ -10,10 +12,6 @@ constexpr int kProbeBufferSize = 9999; // bytes, the last one is always the term
 // shell still interprets there are escaped; every other name is taken as it is. Returns an empty
 // string for a name that can't be handed to a shell (one with a NUL).
 QString probeCommand(const QString &file);
-
-// Runs command in a shell and returns at most 9,998 bytes of its output; media whose description is
-// longer are refused by that, intended. A command that can't be started gives empty output.
-QByteArray readCommandOutput(const QByteArray &command);
 
 // Copies the lines of in that belong to pretty-printed JSON to out, each with a line feed. Both
 // buffers hold kProbeBufferSize bytes; out is zero-filled by the caller.
@@ -25,5 +23,9 @@ int checkJsonPara(char *line);
 // Fills the global videoInfo from the tool's JSON. Returns 0, or -1 when there is no stream list.
 int readConfigFromBuffer(char *text);
 
-// Probes file (blocking) and fills the global videoInfo. True when the media is accepted.
-bool probeMedia(const QString &file);
+// Probes file (blocking) and fills the global videoInfo. True when the media is accepted; media
+// whose description is longer than what is read are refused by that, intended.
+bool probeMedia(const QString &file, MakeCompany makeCompany = nullptr);
+
+// The last probe was ended before it answered, by the person or by a signal: no news to anybody.
+bool probeWasGivenUp();

@@ -69,9 +69,12 @@ TerminationNotifier::~TerminationNotifier()
     delete notifier;
     close(pipeEnds[0]);
     close(pipeEnds[1]);
+    pipeEnds[0] = pipeEnds[1] = -1;
 }
 
 bool TerminationNotifier::isRequested() { return arrived != 0; }
+
+int TerminationNotifier::wakeDescriptor() { return pipeEnds[0]; }
 
 void TerminationNotifier::takeSignal()
 {

@@ -21,6 +21,10 @@ public:
     // True from the signal's arrival on, even while no event loop runs to take it.
     static bool isRequested();
 
+    // Can be read from the signal's arrival until an event loop takes it: to wait for something
+    // else and a signal at once. -1 while there is no notifier.
+    static int wakeDescriptor();
+
 signals:
     void requested();
 

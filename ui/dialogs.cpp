@@ -9,11 +9,25 @@ QPointer<QWidget> owner;
 
 void setDialogOwner(QWidget *mainWindow) { owner = mainWindow; }
 
-int execAboveMainWindow(QDialog &dialog)
+void stayAboveMainWindow(QDialog &dialog)
 {
     dialog.winId(); // makes the window handle
     if (owner && owner->windowHandle())
         dialog.windowHandle()->setTransientParent(owner->windowHandle());
+}
+
+void centreOnMainWindow(QDialog &dialog)
+{
+    if (!owner || !owner->isVisible())
+        return;
+    const QSize size = dialog.sizeHint();
+    const QPoint middle = owner->frameGeometry().center();
+    dialog.move(middle - QPoint(size.width() / 2, size.height() / 2));
+}
+
+int execAboveMainWindow(QDialog &dialog)
+{
+    stayAboveMainWindow(dialog);
     return dialog.exec();
 }
 

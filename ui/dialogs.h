@@ -8,8 +8,14 @@
 // The window above which parentless dialogs are kept; nullptr for none.
 void setDialogOwner(QWidget *mainWindow);
 
-// Runs dialog modally and returns its result. A window pinned on top would cover a dialog that does
-// not say to which window it belongs (ICCCM WM_TRANSIENT_FOR), and the player would look frozen.
+// Says to which window dialog belongs (ICCCM WM_TRANSIENT_FOR). Without it a window pinned on top
+// would cover the dialog, and the player would look frozen.
+void stayAboveMainWindow(QDialog &dialog);
+
+// Places dialog over the middle of that window if it is to be seen.
+void centreOnMainWindow(QDialog &dialog);
+
+// Runs dialog modally above that window and returns its result.
 int execAboveMainWindow(QDialog &dialog);
 
 // A modal box without parent: title "提示", the given text and buttons. Returns the button pressed.

@@ -12,10 +12,12 @@ constexpr unsigned long kIdlePause = 300; // ms
 constexpr unsigned long kFiledPause = 100; // ms
 constexpr int kPatience = 1000; // ms; a thread that the system refused never comes
 
-void appendYoungPictures(const QDir &dir, QStringList &fileList)
+void appendYoungPictures(const QDir &dir, const bool &goOn, QStringList &fileList)
 {
     const QDateTime timenow = QDateTime::currentDateTimeUtc(); // ages need no time zone
-    for (const QFileInfo &file : GetFileList(dir)) {
+    QFileInfoList files;
+    appendFilesBelow(dir, goOn, files);
+    for (const QFileInfo &file : files) {
         if (file.suffix() == QLatin1String("png") && fileAge(file, timenow) <= kYoungSeconds)
             fileList.append(file.absoluteFilePath());
     }
@@ -37,12 +39,23 @@ QString datedPath(const QString &folder, int &snapShotCount)
 
 QFileInfoList GetFileList(QDir dir)
 {
-    QFileInfoList files = dir.entryInfoList(QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+    QFileInfoList files;
+    appendFilesBelow(dir, true, files);
+    return files;
+}
+
+void appendFilesBelow(const QDir &dir, const bool &goOn, QFileInfoList &files)
+{
+    files.append(dir.entryInfoList(QDir::Files | QDir::Hidden | QDir::NoSymLinks));
+    if (!goOn)
+        return;
     const QFileInfoList folders =
         dir.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks);
-    for (const QFileInfo &folder : folders)
-        files.append(GetFileList(QDir(folder.absoluteFilePath())));
-    return files;
+    for (const QFileInfo &folder : folders) {
+        if (!goOn)
+            return;
+        appendFilesBelow(QDir(folder.absoluteFilePath()), goOn, files);
+    }
 }
 
 QStringList getFileNames(const QList<QFileInfo> &files)
@@ -79,7 +92,7 @@ void handleSnapFileThread::run()
     int snapShotCount = 0;
 
     while (runFlag) {
-        appendYoungPictures(dir, fileList);
+        appendYoungPictures(dir, runFlag, fileList);
         if (!startFlag) {
             lastFileList = fileList; // what is already there is not filed
             startFlag = true;

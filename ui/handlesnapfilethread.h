@@ -13,6 +13,9 @@
 // followed, and hidden folders are not entered.
 QFileInfoList GetFileList(QDir dir);
 
+// Appends them to files, and leaves the walk between two folders when goOn becomes false meanwhile.
+void appendFilesBelow(const QDir &dir, const bool &goOn, QFileInfoList &files);
+
 // The names of the files, in list order.
 QStringList getFileNames(const QList<QFileInfo> &files);
 
@@ -27,7 +30,8 @@ public:
     explicit handleSnapFileThread(QObject *parent = nullptr);
 
     // Looks into the screenshot folder every 300 ms while runFlag is set and renames the pictures
-    // that are asked for.
+    // that are asked for. A walk through the folder is left when runFlag is cleared; the engine's
+    // pictures lie at the top, which is read first.
     void run() override;
 
     // To be called after start(), before screenShotPath may change again: waits, at most a second,

@@ -10,6 +10,7 @@
 #include "fullscreenvideocontrl.h"
 #include "handlesnapfilethread.h"
 #include "speedwind.h"
+#include "standstill.h"
 #include "ui_mainwindow.h"
 
 #include <QDebug>
@@ -266,7 +267,11 @@ void MainWindow::on_snapShotBtn_clicked()
     snapThread->snapCount++;
 }
 
-void MainWindow::fileMoveMSg(QString path) { showStateLabel("截图已保存至" + path, 2000); }
+void MainWindow::fileMoveMSg(QString path)
+{
+    if (!Standstill::postpone(this, [this, path] { fileMoveMSg(path); }))
+        showStateLabel("截图已保存至" + path, 2000);
+}
 
 // A worker that was told to end but still runs would ignore start() and then end.
 void MainWindow::startSnapThread()

@@ -5,6 +5,7 @@
 #include "dialogs.h"
 #include "listwidget.h"
 #include "playorder.h"
+#include "probewindow.h"
 
 #include <QDebug>
 #include <QDropEvent>
@@ -40,7 +41,7 @@ void MainWindow::addToList()
     listWidget->setIconSize(QSize(20, 20));
 }
 
-bool MainWindow::checkVideoFileInput(QString file) { return probeMedia(file); }
+bool MainWindow::checkVideoFileInput(QString file) { return probeMedia(file, showProbeWindow); }
 
 void MainWindow::openAndDragFile(QString path)
 {
@@ -48,7 +49,8 @@ void MainWindow::openAndDragFile(QString path)
         return;
     personActs();
     if (!checkVideoFileInput(path)) {
-        showNotice("视频解析失败!");
+        if (!probeWasGivenUp())
+            showNotice("视频解析失败!");
         return;
     }
     const int known = checkAddrExist(path);

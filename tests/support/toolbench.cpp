@@ -24,7 +24,14 @@ void StandInTools::setProbeAnswer(const QByteArray &output)
 
 void StandInTools::setProbeAnswerFor(const QString &name, const QByteArray &output)
 {
-    answers.prepend({name.toLocal8Bit(), output}); // the newest counts
+    const QByteArray file = "ffprobe.out." + QByteArray::number(++answerFiles);
+    writeFile(dir.filePath(file), output);
+    setProbeScriptFor(name, "cat \"${0%/*}/" + file + '"');
+}
+
+void StandInTools::setProbeScriptFor(const QString &name, const QByteArray &script)
+{
+    scripts.prepend({name.toLocal8Bit(), script}); // the newest counts
     writeProbe();
 }
 
@@ -54,12 +61,8 @@ void StandInTools::writeProbe()
 {
     QByteArray body = "sleep " + QByteArray::number(probeDelay / 1000.0) +
         "\nfor last in \"$@\"; do :; done\ncase $last in\n";
-    int number = 0;
-    for (const auto &named : qAsConst(answers)) {
-        const QByteArray file = "ffprobe.out." + QByteArray::number(++number);
-        writeFile(dir.filePath(file), named.second);
-        body += shellQuoted(named.first) + ") cat \"${0%/*}/" + file + "\" ;;\n";
-    }
+    for (const auto &named : qAsConst(scripts))
+        body += shellQuoted(named.first) + ")\n" + named.second + "\n;;\n";
     writeFile(dir.filePath(QStringLiteral("ffprobe.out")), answer);
     body += "*) cat \"${0%/*}/ffprobe.out\" ;;\nesac\nexit " + QByteArray::number(probeExit) + "\n";
     writeTool(QStringLiteral("ffprobe"), body);

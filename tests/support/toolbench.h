@@ -23,6 +23,8 @@ public:
 
     void setProbeAnswer(const QByteArray &output); // for every name
     void setProbeAnswerFor(const QString &name, const QByteArray &output); // last argument is name
+    // What it does for that name instead of answering, as lines for a shell.
+    void setProbeScriptFor(const QString &name, const QByteArray &script);
     void setProbeExit(int code); // after the answer
     void setProbeDelay(int ms); // before the answer
     void setProbeMissing(); // as when ffprobe is not installed
@@ -47,7 +49,8 @@ private:
     QTemporaryDir dir;
     PathPrefix prefix;
     QByteArray answer;
-    QList<QPair<QByteArray, QByteArray>> answers; // by name
+    QList<QPair<QByteArray, QByteArray>> scripts; // by name
+    int answerFiles = 0;
     int probeExit = 0;
     int probeDelay = 0; // ms
 };

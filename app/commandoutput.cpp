@@ -1,0 +1,216 @@
+#include "commandoutput.h"
+
+#include "terminationnotifier.h"
+
+#include <QDeadlineTimer>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+int companyAfter = 10000;
+
+namespace {
+
+constexpr int kAttendInterval = 20; // ms
+constexpr int kReapTime = 1000; // ms; a process that hangs in the kernel may take longer to die
+
+class Pipe {
+public:
+    Pipe()
+    {
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            ends[0] = ends[1] = -1;
+    }
+    ~Pipe()
+    {
+        closeEnd(ends[0]);
+        closeEnd(ends[1]);
+    }
+    Pipe(const Pipe &) = delete;
+    Pipe &operator=(const Pipe &) = delete;
+
+    bool isOpen() const { return ends[0] >= 0; }
+    int reading() const { return ends[0]; }
+    int writing() const { return ends[1]; }
+    void closeReading() { closeEnd(ends[0]); }
+    void closeWriting() { closeEnd(ends[1]); }
+
+private:
+    static void closeEnd(int &end)
+    {
+        if (end >= 0)
+            close(end);
+        end = -1;
+    }
+
+    int ends[2];
+};
+
+// Waits without a limit, but ends when a signal asks for it or the company gives up.
+class Patience {
+public:
+    explicit Patience(MakeCompany makeCompany)
+        : makeCompany(makeCompany)
+        , alone(makeCompany ? QDeadlineTimer(companyAfter) : QDeadlineTimer::Forever)
+    {
+    }
+
+    // True when descriptor can be read, false when it is to be given up.
+    bool awaitReadable(int descriptor)
+    {
+        pollfd watched[] = {{descriptor, POLLIN, 0},
+                            {TerminationNotifier::wakeDescriptor(), POLLIN, 0}};
+        for (;;) {
+            // A signal that comes after the question wakes the waiting, as its pipe fills.
+            if (TerminationNotifier::isRequested() || (company && !company->attend()))
+                return false;
+            const int wait = company ? kAttendInterval : static_cast<int>(alone.remainingTime());
+            // The end of another child, the engine, interrupts the waiting.
+            if (poll(watched, 2, wait) > 0 && watched[0].revents != 0)
+                return true;
+            if (!company && alone.hasExpired())
+                company = makeCompany();
+        }
+    }
+
+private:
+    MakeCompany makeCompany;
+    QDeadlineTimer alone;
+    std::unique_ptr<CommandCompany> company;
+};
+
+struct ShellStart {
+    const char *command;
+    int output;
+    int leash;
+    pid_t starter;
+    sigset_t signalMask; // the mask it begins with
+};
+
+// Runs between vfork and exec, in the player's memory: nothing but system calls.
+//
+// The shell gets a process group of its own, and the reading end of the leash, which all that it
+// starts inherits. When the last writing end closes, because the player has ended in whatever way,
+// the kernel sends the group the signal set here.
+[[noreturn]] void becomeShell(const ShellStart &start)
+{
+    setpgid(0, 0);
+    fcntl(start.leash, F_SETOWN, -getpid());
+    fcntl(start.leash, F_SETSIG, SIGKILL);
+    fcntl(start.leash, F_SETFL, O_ASYNC);
+    fcntl(start.leash, F_SETFD, 0); // survives the exec
+    // The player may have died before the lines above; then no signal would ever come.
+    if (getppid() != start.starter)
+        _exit(127);
+    // Its messages must not stop it on a terminal that halts other groups than the first.
+    struct sigaction ignored = {};
+    ignored.sa_handler = SIG_IGN;
+    sigaction(SIGTTOU, &ignored, nullptr);
+
+    dup2(start.output, STDOUT_FILENO);
+    sigprocmask(SIG_SETMASK, &start.signalMask, nullptr);
+    execl("/bin/sh", "sh", "-c", start.command, nullptr);
+    _exit(127);
+}
+
+// The shell's process id, or -1.
+pid_t startShell(const QByteArray &command, int output, int leash)
+{
+    ShellStart start = {command.constData(), output, leash, getpid(), {}};
+    sigset_t all;
+    sigfillset(&all);
+    // A handler that ran in the child would write into the player's memory.
+    pthread_sigmask(SIG_SETMASK, &all, &start.signalMask);
+    // Copying the page tables, as fork does, takes longer than starting the shell.
+    const pid_t shell = vfork();
+    if (shell == 0)
+        becomeShell(start);
+    pthread_sigmask(SIG_SETMASK, &start.signalMask, nullptr);
+    return shell;
+}
+
+// False when it was given up.
+bool readOutput(int descriptor, Patience &patience, QByteArray &output)
+{
+    char bytes[4096];
+    while (output.size() < kCommandOutputLimit) {
+        if (!patience.awaitReadable(descriptor))
+            return false;
+        const auto room = static_cast<size_t>(kCommandOutputLimit - output.size());
+        const ssize_t length = read(descriptor, bytes, std::min(sizeof bytes, room));
+        if (length > 0)
+            output.append(bytes, static_cast<int>(length));
+        else if (length == 0 || errno != EINTR)
+            break;
+    }
+    return true;
+}
+
+// A descriptor that can be read when the process has ended, or -1 where the kernel has none.
+int endOf(pid_t process) { return static_cast<int>(syscall(SYS_pidfd_open, process, 0)); }
+
+void awaitDeath(int processEnd)
+{
+    const QDeadlineTimer deadline(kReapTime);
+    pollfd watched = {processEnd, POLLIN, 0};
+    while (poll(&watched, 1, static_cast<int>(deadline.remainingTime())) < 0 && errno == EINTR) { }
+}
+
+void reap(pid_t shell)
+{
+    while (waitpid(shell, nullptr, 0) < 0 && errno == EINTR) { }
+}
+
+// Kills the shell and all that it has started. What hangs in the kernel may not even follow that
+// yet; its exit status is asked for again when the next command is given up.
+void killAll(pid_t shell, int shellEnd)
+{
+    static std::vector<pid_t> shells;
+    kill(-shell, SIGKILL);
+    awaitDeath(shellEnd);
+    shells.push_back(shell);
+    const auto isReaped = [](pid_t process) { return waitpid(process, nullptr, WNOHANG) != 0; };
+    shells.erase(std::remove_if(shells.begin(), shells.end(), isReaped), shells.end());
+}
+
+} // namespace
+
+CommandResult runCommand(const QByteArray &command, MakeCompany makeCompany)
+{
+    CommandResult result;
+    Pipe output;
+    Pipe leash;
+    if (!output.isOpen() || !leash.isOpen())
+        return result;
+    const pid_t shell = startShell(command, output.writing(), leash.reading());
+    if (shell < 0)
+        return result;
+    output.closeWriting();
+
+    Patience patience(makeCompany);
+    const int shellEnd = endOf(shell);
+    result.givenUp = !readOutput(output.reading(), patience, result.output);
+    output.closeReading();
+    // How the command ends tells nothing that its output doesn't, but only then is it over.
+    if (!result.givenUp && shellEnd >= 0)
+        result.givenUp = !patience.awaitReadable(shellEnd);
+    if (result.givenUp) {
+        killAll(shell, shellEnd);
+        result.output.clear();
+    } else {
+        reap(shell);
+        fcntl(leash.reading(), F_SETOWN, 0); // what it has left running on purpose runs on
+    }
+    if (shellEnd >= 0)
+        close(shellEnd);
+    return result;
+}
+
+QByteArray readCommandOutput(const QByteArray &command) { return runCommand(command).output; }

@@ -197,7 +197,10 @@ bool Standstill::eventFilter(QObject *watched, QEvent *event)
         dueEvents->addTimer(watched, static_cast<QTimerEvent *>(event)->timerId());
         return true;
     }
-    return isInput(event->type());
+    if (!isInput(event->type()))
+        return false;
+    event->ignore(); // a closing that nobody refuses takes place
+    return true;
 }
 
 bool Standstill::isExempt(const QObject *object) const

@@ -5,7 +5,10 @@
 #include "toolbench.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QSet>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
 
@@ -19,6 +22,9 @@ private slots:
     void plainLocale();
     void withoutLocation();
     void bytesOutsideTheLocale();
+    void withoutADisplay_data();
+    void withoutADisplay();
+    void otherPlatform();
 };
 
 namespace {
@@ -188,6 +194,68 @@ void TestLauncher::bytesOutsideTheLocale()
     QCOMPARE(
         playedOf({"file:///films/a.mp4", "file:///films/%ff%fe.mp4", "file:///films/b.mp4"}, 3),
         QByteArrayList({"/films/a.mp4", "/films/\xef\xbf\xbd\xef\xbf\xbd.mp4", "/films/b.mp4"}));
+}
+
+void TestLauncher::withoutADisplay_data()
+{
+    QTest::addColumn<QString>("display"); // no variable at all where it is null
+    QTest::addColumn<QByteArray>("notifier"); // what it does; none where it is empty
+    const QByteArray works = "printf '%s\\n' \"$@\" >\"${0%/*}/told\"\n";
+    QTest::newRow("none") << QString() << works;
+    QTest::newRow("empty") << QString("") << works;
+    QTest::newRow("server is not there") << QString(":4711.0") << works;
+    QTest::newRow("no notifier") << QString() << QByteArray();
+    QTest::newRow("notifier fails") << QString() << works + "echo x; echo y >&2; exit 3\n";
+}
+
+// As from a menu of a session that has no X11.
+void TestLauncher::withoutADisplay()
+{
+    QFETCH(QString, display);
+    QFETCH(QByteArray, notifier);
+    QTemporaryDir dir;
+    // The launcher sees these programs, and no other notifier.
+    for (const char *tool : {"sh", "locale", "timeout", "grep"})
+        QVERIFY(QFile::link(QStandardPaths::findExecutable(tool), dir.filePath(tool)));
+    if (!notifier.isEmpty()) {
+        writeFile(dir.filePath("notify-send"), "#!/bin/sh\n" + notifier);
+        QFile::setPermissions(dir.filePath("notify-send"),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    QProcess launcher;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("PATH", dir.path());
+    environment.insert("WAYLAND_DISPLAY", "wayland-0");
+    environment.remove("QT_QPA_PLATFORM");
+    environment.remove("DISPLAY");
+    if (!display.isNull())
+        environment.insert("DISPLAY", display);
+    launcher.setProcessEnvironment(environment);
+    launcher.start(launcherPath, {"/films/a.mp4"});
+    QVERIFY(launcher.waitForFinished());
+    QCOMPARE(launcher.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(launcher.exitCode(), 1);
+    QCOMPARE(launcher.readAllStandardOutput(), QByteArray());
+    const QString said = QString::fromUtf8(launcher.readAllStandardError());
+    QCOMPARE(said,
+             "Tarnivo播放器需要 X11 显示，但现在没有可用的 X11 显示（DISPLAY=" + display +
+                 "）。请在 X11 会话中启动，或先安装并启用 XWayland。\n");
+    const QString told = QString::fromUtf8(readFile(dir.filePath("told")));
+    if (notifier.isEmpty())
+        QCOMPARE(told, QString());
+    else
+        QCOMPARE(told, "-i\ncom.quelmark.player\nTarnivo播放器\n" + said);
+}
+
+void TestLauncher::otherPlatform()
+{
+    InstalledPlayer player;
+    player.setConfig("[DEFAULT]\nfirst_start=0\n");
+    player.setLauncher(QString::fromLatin1(launcherPath));
+    player.setEnvironment("DISPLAY", "");
+    player.setEnvironment("QT_QPA_PLATFORM", "offscreen");
+    QVERIFY(player.start());
+    QVERIFY(player.waitForLog("winid is "));
 }
 
 QTEST_MAIN(TestLauncher)

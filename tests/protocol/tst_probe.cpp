@@ -1,10 +1,26 @@
 // The probe with the real ffprobe, on clips made here with ffmpeg.
 #include "common.h"
+#include "processes.h"
 #include "testsupport.h"
 
 #include <QDir>
 #include <QProcess>
 #include <QtTest>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+int attendances = 0;
+
+class Impatient : public CommandCompany {
+    bool attend() override { return ++attendances < 5; }
+};
+
+} // namespace
 
 class TestProbe : public QObject {
     Q_OBJECT
@@ -30,6 +46,8 @@ private slots:
     void hostileNames();
     void nameThatIsNoUtf8();
     void relativeName();
+    void whatNeverAnswers_data();
+    void whatNeverAnswers();
 
 private:
     QString clip(const QString &name) const { return dir.filePath(name); }
@@ -247,6 +265,46 @@ void TestProbe::relativeName()
 {
     QVERIFY(probeMedia("../mpeg4.avi"));
     QCOMPARE(videoInfo.width, 64);
+}
+
+void TestProbe::whatNeverAnswers_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("FIFO") << clip("fifo");
+    QTest::newRow("silent server") << QString("http://127.0.0.1:%1/film.mp4");
+    QTest::newRow("silent stream") << QString("rtsp://127.0.0.1:%1/live");
+}
+
+void TestProbe::whatNeverAnswers()
+{
+    QFETCH(QString, name);
+    // A server that lets itself be reached, and says nothing.
+    const int server = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    QCOMPARE(bind(server, reinterpret_cast<sockaddr *>(&address), length), 0);
+    QCOMPARE(listen(server, 1), 0);
+    QCOMPARE(getsockname(server, reinterpret_cast<sockaddr *>(&address), &length), 0);
+    if (name.contains('%'))
+        name = name.arg(ntohs(address.sin_port));
+    mkfifo(QFile::encodeName(clip("fifo")).constData(), 0600);
+    const EnvironmentVariable mark("PROBE_BENCH", "1");
+    attendances = 0;
+    companyAfter = 1000;
+    videoInfo.width = 5;
+    const bool accepted = probeMedia(
+        name, []() -> std::unique_ptr<CommandCompany> { return std::make_unique<Impatient>(); });
+    companyAfter = 10000;
+    close(server);
+    QVERIFY(!accepted);
+    QVERIFY(probeWasGivenUp());
+    QCOMPARE(attendances, 5);
+    QCOMPARE(videoInfo.width, 0);
+    QTRY_COMPARE(Processes::withEnvironment("PROBE_BENCH=1"), QList<qint64>());
+    QVERIFY(probeMedia(clip("mpeg4.avi")));
+    QVERIFY(!probeWasGivenUp());
 }
 
 QTEST_GUILESS_MAIN(TestProbe)

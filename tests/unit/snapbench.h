@@ -56,6 +56,12 @@ public:
         return true;
     }
 
+    bool wasOpened()
+    {
+        read();
+        return pending > 0;
+    }
+
     qint64 elapsed() const { return clock.elapsed(); }
 
 private:

@@ -47,7 +47,8 @@ private slots:
     void noticeShowsTitleTextAndButton();
     void noticeReturnsTheButton_data();
     void noticeReturnsTheButton();
-    void escapeAnswersNo();
+    void leavingAnswersNo_data();
+    void leavingAnswersNo();
     void dialogOpensAboveThePinnedWindow();
     void noticeOpensAboveThePinnedWindow();
     void execReturnsTheResult();
@@ -97,9 +98,24 @@ void TestDialogs::noticeReturnsTheButton()
     QVERIFY(open.happened());
 }
 
-void TestDialogs::escapeAnswersNo()
+void TestDialogs::leavingAnswersNo_data()
 {
-    WhenModal open([](QWidget *widget) { QTest::keyClick(widget, Qt::Key_Escape); });
+    QTest::addColumn<QString>("way");
+    for (const char *way : {"escape", "closed", "closed by the window manager"})
+        QTest::newRow(way) << way;
+}
+
+void TestDialogs::leavingAnswersNo()
+{
+    QFETCH(QString, way);
+    WhenModal open([&](QWidget *box) {
+        if (way == "escape")
+            QTest::keyClick(box, Qt::Key_Escape);
+        else if (way == "closed")
+            box->close();
+        else if (QTest::qWaitForWindowExposed(box))
+            Screen::closeWindow(box->internalWinId());
+    });
     QCOMPARE(showNotice("?", QMessageBox::Yes | QMessageBox::No), QMessageBox::No);
     QVERIFY(open.happened());
 }

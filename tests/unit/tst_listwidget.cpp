@@ -3,6 +3,7 @@
 #include "listwidget.h"
 #include "playorder.h"
 #include "testsupport.h"
+#include "whenopen.h"
 
 #include <QAction>
 #include <QApplication>
@@ -44,6 +45,8 @@ private slots:
     void deletedItemIsForgotten();
     void lastRowIsForgotten();
     void clearAnsweredNo();
+    void clearLeftUnanswered_data();
+    void clearLeftUnanswered();
     void clearAnsweredYes();
     void clearWhilePlaying();
     void clearWithUnopenableFile();
@@ -479,6 +482,35 @@ void TestListWidget::clearAnsweredNo()
     QCOMPARE(boxText, QString("是否清空当前列表?"));
     QCOMPARE(boxTitle, QString("提示"));
     QCOMPARE(boxButtons, QMessageBox::StandardButtons(QMessageBox::Yes | QMessageBox::No));
+    QCOMPARE(list.count(), 2);
+    QCOMPARE(addrNum, 2);
+    QCOMPARE(readFile(defaultPlayPath), before);
+}
+
+void TestListWidget::clearLeftUnanswered_data()
+{
+    QTest::addColumn<bool>("byKey");
+    QTest::newRow("Esc") << true;
+    QTest::newRow("closed") << false;
+}
+
+void TestListWidget::clearLeftUnanswered()
+{
+    QFETCH(bool, byKey);
+    ListWidget list;
+    fill(list, 2);
+    playingState = true;
+    const QByteArray before = readFile(defaultPlayPath);
+    QSignalSpy stopped(&list, SIGNAL(removeAndStopSignal()));
+    WhenModal question([byKey](QWidget *box) {
+        if (byKey)
+            QTest::keyClick(box, Qt::Key_Escape);
+        else
+            box->close();
+    });
+    list.emptyList();
+    QVERIFY(question.happened());
+    QCOMPARE(stopped.count(), 0);
     QCOMPARE(list.count(), 2);
     QCOMPARE(addrNum, 2);
     QCOMPARE(readFile(defaultPlayPath), before);

@@ -307,6 +307,8 @@ void TestStandstill::inputOfOthersIsLost()
         const Standstill standstill(&exempt);
         for (Counter *widget : {&other, &exempt, child})
             actOn(widget);
+        QVERIFY(!other.close());
+        QVERIFY(other.isVisible());
     }
     for (const int count : {other.presses, other.keys, other.drops, other.closes})
         QCOMPARE(count, 0);

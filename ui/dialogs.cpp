@@ -18,7 +18,7 @@ void stayAboveMainWindow(QDialog &dialog)
 
 void centreOnMainWindow(QDialog &dialog)
 {
-    if (!owner || !owner->isVisible())
+    if (!owner)
         return;
     const QSize size = dialog.sizeHint();
     const QPoint middle = owner->frameGeometry().center();

@@ -12,7 +12,7 @@ void setDialogOwner(QWidget *mainWindow);
 // would cover the dialog, and the player would look frozen.
 void stayAboveMainWindow(QDialog &dialog);
 
-// Places dialog over the middle of that window if it is to be seen.
+// Places dialog, which is not shown yet, over the middle of that window or of where that will show.
 void centreOnMainWindow(QDialog &dialog);
 
 // Runs dialog modally above that window and returns its result.

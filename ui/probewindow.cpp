@@ -10,6 +10,9 @@
 ProbeWindow::ProbeWindow()
 {
     setWindowTitle(QStringLiteral("Tarnivo播放器"));
+    // Minimised, it would leave a player that doesn't react.
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                   Qt::WindowCloseButtonHint);
     setWindowModality(Qt::ApplicationModal);
     setAttribute(Qt::WA_QuitOnClose, false); // it may be the only window, during the start
 

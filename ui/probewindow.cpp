@@ -18,9 +18,10 @@ ProbeWindow::ProbeWindow()
 
     auto *label = new QLabel(QStringLiteral("正在读取媒体信息…"));
     auto *button = new QPushButton(QStringLiteral("取消"));
-    // It comes up unasked: a Space or Enter that was meant for the film must not press it.
+    // It comes up unasked: a Space or Enter that was meant for the film must not press the button.
     button->setAutoDefault(false);
-    button->setFocusPolicy(Qt::TabFocus);
+    setFocusPolicy(Qt::TabFocus);
+    setFocus();
     connect(button, SIGNAL(clicked()), this, SLOT(reject()));
 
     auto *layout = new QVBoxLayout(this);

@@ -29,15 +29,16 @@ public:
 private:
     void ask()
     {
-        while (!over && !done) {
+        for (; !over && !done; std::this_thread::sleep_for(std::chrono::milliseconds(10))) {
+            if (asked.exchange(true))
+                continue; // not answered yet
             QMetaObject::invokeMethod(
                 &receiver,
                 [this] {
-                    if (!done)
-                        done = act();
+                    done = act();
+                    asked = false;
                 },
                 Qt::QueuedConnection);
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
     }
 
@@ -45,5 +46,6 @@ private:
     QObject receiver;
     std::atomic<bool> over{false};
     std::atomic<bool> done{false};
+    std::atomic<bool> asked{false};
     std::thread asking; // the last, as it uses the others
 };

@@ -34,21 +34,28 @@ public:
     // Waits for the folder's next opening; its time in ms, or -1 when there was none for 10 s.
     qint64 nextOpen()
     {
-        while (pending == 0) {
+        while (taken == opensSoFar()) {
             pollfd entry = {fd, POLLIN, 0};
             if (poll(&entry, 1, 10000) <= 0)
                 return -1;
-            read();
         }
-        --pending;
+        ++taken;
         return clock.elapsed();
     }
+
+    // How often the folder was opened, from any thread; and how many of these nextOpen() has told.
+    int opensSoFar()
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        read();
+        return opens;
+    }
+    int opensTold() const { return taken; }
 
     // True once so many passes that began after this call are over.
     bool awaitPasses(int count)
     {
-        read();
-        pending = 0;
+        taken = opensSoFar();
         for (int i = 0; i < (count + 1) * kOpensPerPass; ++i) {
             if (nextOpen() < 0)
                 return false;
@@ -56,11 +63,7 @@ public:
         return true;
     }
 
-    bool wasOpened()
-    {
-        read();
-        return pending > 0;
-    }
+    bool wasOpened() { return opensSoFar() > taken; }
 
     qint64 elapsed() const { return clock.elapsed(); }
 
@@ -72,13 +75,15 @@ private:
         for (ssize_t at = 0; at < length;) {
             const auto *event = reinterpret_cast<const inotify_event *>(buffer + at);
             if (event->len == 0) // the folder itself, not something in it
-                ++pending;
+                ++opens;
             at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
         }
     }
 
     int fd;
-    int pending = 0;
+    int opens = 0;
+    int taken = 0;
+    std::mutex mutex; // one that the thread sanitizer knows
     QElapsedTimer clock;
 };
 
@@ -99,6 +104,7 @@ public:
                 const std::lock_guard<std::mutex> lock(mutex);
                 paths << path;
                 lastReport = watch->elapsed();
+                opensBeforeReport = watch->opensSoFar();
             },
             Qt::DirectConnection);
     }
@@ -173,7 +179,8 @@ public:
     QString folder;
     handleSnapFileThread worker;
     QScopedPointer<FolderWatch> watch;
-    qint64 lastReport = 0;
+    qint64 lastReport = 0; // ms
+    int opensBeforeReport = 0; // of the folder
 
 private:
     mutable std::mutex mutex; // one that the thread sanitizer knows

@@ -562,7 +562,7 @@ void TestSnapThread::pauses()
             open = bench.watch->nextOpen();
         if (bench.reported().size() == before)
             continue;
-        while (open >= 0 && open <= bench.lastReport)
+        while (open >= 0 && bench.watch->opensTold() <= bench.opensBeforeReport)
             open = bench.watch->nextOpen();
         QVERIFY(open >= 0);
         filed = std::min(filed, open - bench.lastReport);

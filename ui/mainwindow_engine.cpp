@@ -184,7 +184,6 @@ void MainWindow::noteFailure()
 {
     if (playsForEver(playMode) && run.afterAnEnd && run.failedAtOnce())
         failures.add(run.addr);
-    run.afterAnEnd = false; // counted once
 }
 
 // Whoever starts, stops, seeks, chooses, opens or deletes something has the list tried anew.

@@ -50,14 +50,17 @@ bool takeOverOwner(const QFile &old, const QSaveFile &replacement)
 }
 
 // Writes in place. Room is reserved first (where the disk can), so that a full one leaves the old
-// list.
+// list. Reaches the disk, as replacing does.
 bool overwrite(QFile &file, const QByteArray &content)
 {
     const int reserved = fallocate(file.handle(), FALLOC_FL_KEEP_SIZE, 0, content.size());
     if (reserved != 0 && (errno == ENOSPC || errno == EDQUOT))
         return false;
-    return file.seek(0) && file.write(content) == content.size() && file.flush() &&
-        file.resize(content.size());
+    if (!file.seek(0) || file.write(content) != content.size() || !file.flush() ||
+        !file.resize(content.size()))
+        return false;
+    fdatasync(file.handle()); // where it can't be, the list is written all the same
+    return true;
 }
 
 // Gives the opened file new content in one step, so that a crash, a kill or a full disk leaves the

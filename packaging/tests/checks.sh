@@ -26,11 +26,24 @@ check lintian "" "$(lintian --allow-root --display-info --display-experimental -
 check desktop_entry "" "$(desktop-file-validate "$opened/usr/share/applications/com.quelmark.player.desktop" 2>&1)"
 check software_centre 0 "$(appstreamcli validate --no-net --strict \
     "$opened/usr/share/metainfo/com.quelmark.player.metainfo.xml" >"$scratch/messages" 2>&1; echo $?)"
-# The pictures it names are those of the documents.
-check pictures "" "$(sed -n 's|.*<image>.*/\(images/.*\)</image>|\1|p' \
-    "$opened/usr/share/metainfo/com.quelmark.player.metainfo.xml" | while IFS= read -r picture; do
-    [ -s "$root/docs/$picture" ] || echo "$picture"
-done)"
+# No address stands in a package that is made without any.
+if grep -q '^PLAYER_WEB_ADDRESS:STRING=$' "$build/CMakeCache.txt"; then
+    check no_web_address "" "$(grep -rIoh 'https\?://[^ <"]*' "$opened/usr/share/metainfo")"
+fi
+if grep -q '^PLAYER_MAIL_ADDRESS:STRING=$' "$build/CMakeCache.txt"; then
+    check local_maintainer "Tarnivo Player developers <nobody@localhost>" "$(field Maintainer)"
+fi
+# With an address there is a home page and pictures, which are those of the documents.
+cmake -S "$root" -B "$scratch/addressed" -DPLAYER_TESTS=OFF -DPLAYER_WEB_ADDRESS=https://example.org/player \
+    >"$scratch/messages" 2>&1 || cat "$scratch/messages"
+addressed=$scratch/addressed/packaging/com.quelmark.player.metainfo.xml
+check software_centre_with_address 0 \
+    "$(appstreamcli validate --no-net --strict "$addressed" >"$scratch/messages" 2>&1; echo $?)"
+check home_page "https://example.org/player" "$(sed -n 's|.*<url type="homepage">\(.*\)</url>|\1|p' "$addressed")"
+check pictures "fullscreen.png playing.png settings.png" \
+    "$(sed -n 's|.*<image>https://example.org/player/images/\(.*\)</image>|\1|p' "$addressed" | sort | while IFS= read -r picture; do
+        [ -s "$root/docs/images/$picture" ] && echo "$picture"
+    done | xargs)"
 for page in man1 zh_CN/man1; do
     check "manual_in_$page" "" "$(LC_ALL=C.UTF-8 MANROFFSEQ='' man --warnings -E UTF-8 -l -Tutf8 -Z \
         "$opened/usr/share/man/$page/tarnivo-player.1.gz" 2>&1 >/dev/null)"

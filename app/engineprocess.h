@@ -26,5 +26,6 @@ bool engineRuns();
 // Writes command as it is to the engine of playinglist. With a dead engine the text is lost.
 void writeToEngine(const QByteArray &command);
 
-// "quit", then kill and close at once: the old engine is never waited for.
+// "quit", then kill and close at once: the engine gets no time to follow the command. Closing waits
+// until the killed process is gone, which takes milliseconds.
 void quitEngine();

@@ -1,6 +1,7 @@
-// The history file (JSON). The array addrlist and its count addrNum are the truth; the file is their
-// copy at rest. All functions run on the GUI thread. A save replaces the file in one step and
-// reaches the disk before it returns.
+// The history file (JSON). The array addrlist and its count addrNum are the truth; the file is
+// their copy at rest. All functions run on the GUI thread. A save replaces the file in one step, or
+// where that can't be writes it in place; both reach the disk before they return. Emptying the file
+// only truncates it.
 #pragma once
 
 #include "addresses.h"

@@ -23,8 +23,8 @@ bool givenUp = false; // the last probe was
 
 constexpr char kShellSigns[] = "\"\\$`"; // what a POSIX shell interprets between double quotes
 
-// In some multi-byte charsets a sign is also the second byte of a letter, which no quoting makes
-// safe in every shell. Gives nothing for such a command; in UTF-8 there are none.
+// In some multi-byte encodings one of these is also the second byte of another character, which no
+// quoting makes safe in every shell. Gives nothing for such a command; in UTF-8 there are none.
 QByteArray shellBytes(const QString &command)
 {
     QByteArray bytes = command.toLocal8Bit();

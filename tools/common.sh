@@ -201,7 +201,7 @@ unlock_build() {
     exec {build_lock}<&-
 }
 
-# Chinese file names need a UTF-8 locale: the player reads its command line in the locale's letters.
+# Chinese file names need a UTF-8 locale: the player reads its command line in the locale's encoding.
 ensure_utf8_locale() {
     if [ "$(locale charmap 2>/dev/null)" != UTF-8 ]; then
         export LC_ALL=C.UTF-8

@@ -12,7 +12,7 @@ build_packages=(
 )
 
 # What the player needs when it runs: the engine, ffprobe (and ffmpeg for the clip made by ./play),
-# letters for the Chinese texts, and Qt's own texts in Chinese.
+# a font for the Chinese texts, and Qt's own texts in Chinese.
 run_packages=(
     mplayer
     ffmpeg

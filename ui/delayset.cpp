@@ -23,7 +23,8 @@ delaySet::delaySet(QWidget *parent)
     ui->spinBox->hide();
 
     sbox = new QSpinBox(this);
-    // The text is read back with QString::toDouble(), which knows ASCII digits and signs only.
+    // The text is read back with QString::toDouble(), which knows ASCII digits and the ASCII minus
+    // only.
     sbox->setLocale(QLocale::c());
     sbox->setFixedSize(kSpinBoxWidth, kSpinBoxHeight);
     sbox->setRange(-kLimit, kLimit);

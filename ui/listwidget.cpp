@@ -10,7 +10,7 @@
 #include <QScrollBar>
 
 namespace {
-// Laying out millions of letters takes minutes. No file name is as long as this.
+// Laying out millions of characters takes minutes. No file name is as long as this.
 constexpr int kLongestRow = 4096;
 
 // The list's own grey goes on to its scroll bars and leaves only outlines of them.

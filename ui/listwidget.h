@@ -1,4 +1,5 @@
-// The playlist beside the video. It is a view of addrlist and holds no data of its own.
+// The playlist beside the video: a view of addrlist, which holds no data of its own. Its menu takes
+// entries out of both.
 #pragma once
 
 #include <QListWidget>

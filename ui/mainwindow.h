@@ -50,11 +50,12 @@ public:
     // Chooses and starts what follows after the end of a file.
     void checkPlayMode();
 
-    // Keeps windowActiveFlag.
+    // Keeps windowActiveFlag; what floats over the window goes when it is no more the active one.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 public slots:
-    // Buttons of the form, bound by name. Play also pauses and goes on; back and ahead are 5 s.
+    // Buttons of the form, bound by name. Play also pauses and goes on; backward and forward are 5
+    // s.
     void on_playBtn_clicked();
     void on_stopBtn_clicked();
     void on_backwardBtn_clicked();

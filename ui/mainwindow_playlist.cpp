@@ -24,7 +24,7 @@ int randomNumber()
 {
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
-    return qrand(); // cppcheck-suppress qrandCalled // its order is the one people know
+    return qrand(); // cppcheck-suppress qrandCalled // another generator would shuffle differently
     QT_WARNING_POP
 }
 } // namespace

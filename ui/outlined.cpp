@@ -4,7 +4,7 @@
 #include <QStyleOptionButton>
 
 namespace {
-// Painted one on the other beside the letters: nearly black there, fading outwards.
+// Painted several times over each other beside the text: nearly black there, fading outwards.
 constexpr QColor kEdge(0, 0, 0, 120);
 constexpr QPoint kSides[] = {
     {-1, -1}, {0, -1}, {1, -1}, {-1, 0}, {1, 0}, {-1, 1}, {0, 1}, {1, 1},

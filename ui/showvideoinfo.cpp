@@ -29,7 +29,7 @@ void showVideoInfo::showEvent(QShowEvent *event)
     setWindowTitle(QStringLiteral("媒体信息"));
     ui->fileName->setText(getFileNameFromAddr(addr));
     ui->fileName->setToolTip(getFileNameFromAddr(addr));
-    // The format code 10 is none of Qt's letters; it prints fixed decimals. Intended.
+    // The format code 10 is none that Qt knows; it prints fixed decimals. Intended.
     ui->frame->setText(QString::number(videoInfo.frame, 10, 2) + " fps");
     ui->vRate->setText(QString("%1").arg(videoInfo.bitRate / 1000, 0, 10, QLatin1Char(' ')) +
                        " kbps");

@@ -41,7 +41,7 @@ const auto kSettingsText = QStringLiteral("设置");
 const auto kCloseText = QStringLiteral("关闭");
 
 // A name as a tool tip that takes at most this width: as it is where it fits, else with places to
-// break the line behind every sign that is no letter, and in words that are too long by themselves.
+// break the line behind every character that is no part of a word, and in words that are too long.
 QString tipOf(const QString &name, int width)
 {
     if (!Qt::mightBeRichText(name) &&

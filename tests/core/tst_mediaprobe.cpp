@@ -202,8 +202,8 @@ void TestMediaProbe::unrepresentableNamesReachTheToolConverted()
     }
 }
 
-// In these charsets the letters end in the byte of a backslash or a back-tick, which would undo the
-// quoting of what follows them.
+// In these encodings the characters end in the byte of a backslash or a back-tick, which would undo
+// the quoting of what follows them.
 void TestMediaProbe::charsetsThatHideSigns()
 {
     QTextCodec *codec = QTextCodec::codecForName("GBK");

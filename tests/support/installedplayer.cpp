@@ -174,7 +174,7 @@ bool InstalledPlayer::waitForLog(const QString &text, int ms)
 qulonglong InstalledPlayer::playArea()
 {
     const QString label = QStringLiteral("winid is ");
-    waitForLog(label); // the engine can be seen before what was said ahead of it is read
+    waitForLog(label); // the engine can be seen before what was said before it is read
     const QString line = log().filter(label).value(0);
     return line.mid(line.indexOf(label) + label.size()).trimmed().toULongLong();
 }

@@ -54,8 +54,8 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 public slots:
-    // Buttons of the form, bound by name. Play also pauses and goes on; backward and forward are 5
-    // s.
+    // Buttons of the form, bound by name. Play also pauses and goes on; backward and forward
+    // jump 5 s.
     void on_playBtn_clicked();
     void on_stopBtn_clicked();
     void on_backwardBtn_clicked();

@@ -1,4 +1,5 @@
-// Pictures of every window in every look, in the build folder's pictures/, for a person to look at.
+// Pictures of every window in every look, in the build folder's pictures/, for a person to look at;
+// docs/images has the ones named playing, fullscreen and settings.
 // What the test itself sees: each window comes, holds more than one colour, and goes again.
 #include "clips.h"
 #include "playerhands.h"
@@ -79,7 +80,7 @@ void TestPictures::begin()
     player.reset(new InstalledPlayer);
     player->setConfig("[DEFAULT]\nfirst_start=0\ndefault_volum=45\ndecode_flag=0\n"
                       "default_last_time=1\n");
-    player->setEnvironment("FC_LANG", "zh-cn"); // a Chinese desktop's choice of letters
+    player->setEnvironment("FC_LANG", "zh-cn"); // a Chinese desktop's choice of fonts
     QStringList locations;
     for (const char *name : {"城市夜景.mp4", "纪录片 第一集.mp4",
                              "一个名字很长很长的电影文件 1080p.mp4", "海边日落.mp4"})
@@ -137,7 +138,7 @@ void TestPictures::takeDialog(const QString &name, const QString &title) const
 void TestPictures::mainWindow()
 {
     const auto own = [this] { return Screen::geometry(hands->mainWindow()); };
-    take("normal", own());
+    take("playing", own());
     Screen::moveMouse(hands->at(PlayerHands::Snapshot));
     QTest::qWait(1500);
     take("tooltip", own());
@@ -200,8 +201,8 @@ void TestPictures::dialogs()
     Screen::click(Screen::geometry(settings).topLeft() + QPoint(100, 32));
     take("settings-other", Screen::geometry(settings));
     Screen::click(Screen::geometry(settings).topLeft() + QPoint(30, 32));
-    take("settings-over-window", Screen::geometry(hands->mainWindow()));
-    takeDialog("settings", title);
+    take("settings", Screen::geometry(hands->mainWindow()));
+    takeDialog("settings-general", title);
 
     QVERIFY(hands->takeHold());
     hands->click(PlayerHands::Video, 3);

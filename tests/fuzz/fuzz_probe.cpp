@@ -14,7 +14,7 @@ using fuzzing::require;
 
 namespace {
 
-// The lines whose first sign belongs to JSON, as far as they fit.
+// The lines whose first character belongs to JSON, as far as they fit.
 std::string jsonLines(const char *in)
 {
     std::istringstream lines(in);

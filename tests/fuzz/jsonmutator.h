@@ -22,7 +22,7 @@ public:
     {
     }
 
-    // Every other time, and for what is no JSON, the bytes are changed as ever.
+    // Every other time, and for what is no JSON, the bytes are changed as usual.
     size_t mutate(uint8_t *data, size_t size, size_t maxSize)
     {
         const auto *text = reinterpret_cast<const char *>(data);

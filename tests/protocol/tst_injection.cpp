@@ -372,7 +372,7 @@ void TestInjection::listPaintsLiterally()
     entry.label = QString(4096, QChar('x'));
     const QScopedPointer<QListWidgetItem> longest(ListWidget::makeItem(entry, QIcon()));
     QCOMPARE(longest->text(), entry.label);
-    entry.label += 'y'; // no file name is so long; millions of letters would take minutes
+    entry.label += 'y'; // no file name is so long; millions of characters would take minutes
     const QScopedPointer<QListWidgetItem> longer(ListWidget::makeItem(entry, QIcon()));
     QCOMPARE(longer->text(), entry.label.left(4096));
     QCOMPARE(longer->toolTip(), entry.label.left(4096));

@@ -247,7 +247,7 @@ void TestProgressClicks::pressOnTheHandleMovesNothing()
     QVERIFY(qAbs(handleOf(slider).center().x() - handle.center().x() - 200) <= 1);
 }
 
-// Without a length there is nowhere to go. The press goes on to the window, as ever.
+// Without a length there is nowhere to go. The press goes on to the window.
 void TestProgressClicks::nothingToMove()
 {
     play(3, 10);

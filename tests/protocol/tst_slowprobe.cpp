@@ -176,7 +176,7 @@ void TestSlowProbe::giveUp()
     QVERIFY(bench->engine.starts().isEmpty());
     QTest::qWait(50);
     QVERIFY(!refusal.happened());
-    // The next one is as ever.
+    // The next one is as usual.
     bench->tools.setProbeAnswerFor("/f/bad.txt", "");
     window.openAndDragFile("/f/bad.txt");
     QVERIFY(refusal.happened());

@@ -178,7 +178,7 @@ void TestSettings::versionIsWhole_data()
         QTest::addRow("%d points", points) << points;
 }
 
-// Desktops have larger letters than Qt's own: all of them are painted all the same.
+// Desktops have larger fonts than Qt's own: every text is painted all the same.
 void TestSettings::versionIsWhole()
 {
     QFETCH(int, points);

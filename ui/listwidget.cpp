@@ -107,13 +107,7 @@ void ListWidget::deleteSelected()
         emit removeAndStopSignal();
     else if (row > playinglist.addrIndex) // a row compared with an index: intended
         playinglist.addrIndex--;
-    if (addrNum > 0) {
-        for (int k = qMax(0, addrNum - 1 - row); k < addrNum; k++)
-            addrlist[k] = k + 1 < kHistoryCapacity ? addrlist[k + 1] : HistoryAddrList();
-        addrlist[addrNum - 1].state = 0;
-        addrlist[addrNum - 1].addr = "";
-        addrNum--;
-    }
+    removeEntry(entryOfRow(row, addrNum));
     varyJsonConfig(defaultPlayPath, addrlist);
     qDebug() << "delete item message 2";
     forget(item);
@@ -141,11 +135,7 @@ void ListWidget::emptyList()
         qDebug() << "Json File open fail!" << 2022;
         return;
     }
-    for (int i = 0; i < addrNum; i++) {
-        addrlist[i].addr = "";
-        addrlist[i].last_play_time = 0;
-    }
-    addrNum = 0;
+    clearEntries();
 }
 
 #include "moc_listwidget.cpp"

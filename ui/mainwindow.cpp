@@ -146,7 +146,7 @@ void MainWindow::setUpButtons()
     setHint(ui->speedSetBtn, "倍速");
     ui->speedSetBtn->setText("倍速");
     ui->speedSetBtn->setStyleSheet("color:white;background-color:gray;");
-    if (decodeFlag == 2) {
+    if (decodeFlag == DecodeHardware) {
         ui->snapShotBtn->setEnabled(false);
         setHint(ui->snapShotBtn, "硬解模式下不支持截图");
     }
@@ -233,7 +233,7 @@ void MainWindow::setUpScreenshots()
         if (!there)
             showNotice("make screenshot dir failed");
     }
-    if (decodeFlag != 2)
+    if (decodeFlag != DecodeHardware)
         startSnapThread();
     ui->stateLabel->raise();
 }

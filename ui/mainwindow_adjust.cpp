@@ -135,7 +135,7 @@ void MainWindow::recvAudioDelaySignal(double seconds)
 void MainWindow::setAudioDelay()
 {
     ads->currentDelay = audioDelay;
-    delayFlag = 0;
+    delayFlag = DelayAudio;
     execAboveMainWindow(*ads);
 }
 
@@ -175,7 +175,7 @@ void MainWindow::recvSubDelaySignal(double seconds)
 void MainWindow::setSubDelay()
 {
     ads->currentDelay = subDelay;
-    delayFlag = 1;
+    delayFlag = DelaySubtitle;
     execAboveMainWindow(*ads);
 }
 
@@ -245,7 +245,7 @@ void MainWindow::recvSetDecodeSignal()
         curDecodeFlag = decodeFlag;
     }
     QString mode = "硬解";
-    if (decodeFlag == 2) {
+    if (decodeFlag == DecodeHardware) {
         ui->snapShotBtn->setEnabled(false);
         setHint(ui->snapShotBtn, "请在软解模式下截图");
         snapThread->runFlag = false;
@@ -254,7 +254,7 @@ void MainWindow::recvSetDecodeSignal()
         ui->snapShotBtn->setEnabled(true);
         setHint(ui->snapShotBtn, "截图");
         startSnapThread();
-        mode = decodeFlag == 1 ? "多线程软解" : "软解";
+        mode = decodeFlag == DecodeThreaded ? "多线程软解" : "软解";
     }
     showStateLabel("当前解码模式：" + mode, 2000);
 }

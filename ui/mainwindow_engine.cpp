@@ -64,7 +64,8 @@ bool MainWindow::startEntry(int index, bool afterAnEnd)
         enginecommands::engineArguments(entry, decodeFlag, screenShotPath, playinglist.widID);
     // One that fails again and again is not asked about each time: the boxes would leave no moment
     // for anything else.
-    if (decodeFlag == 2 && entry.codec_type == 2 && !failures.knows(entry.addr)) {
+    if (decodeFlag == DecodeHardware && entry.codec_type == CodecOther &&
+        !failures.knows(entry.addr)) {
         // Nor may a click made just before the box start this entry from inside of it.
         mouseClickTimer->stop();
         fsvc->mouseClickedTimer->stop();

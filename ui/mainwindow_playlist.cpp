@@ -35,8 +35,8 @@ void MainWindow::addToList()
     const QIcon stream(kStreamIcon);
     for (int i = addrNum; i >= 1; i--) {
         const HistoryAddrList &entry = addrlist[i - 1];
-        listWidget->insertItem(addrNum - i,
-                               ListWidget::makeItem(entry, entry.type == 1 ? local : stream));
+        listWidget->insertItem(
+            addrNum - i, ListWidget::makeItem(entry, entry.type == EntryLocal ? local : stream));
     }
     listWidget->setIconSize(QSize(20, 20));
 }

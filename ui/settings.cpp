@@ -36,9 +36,9 @@ Settings::~Settings() { delete ui; }
 void Settings::showEvent(QShowEvent *event)
 {
     QDialog::showEvent(event);
-    if (decodeFlag == 0)
+    if (decodeFlag == DecodeSingle)
         ui->softDecRaBtn->setChecked(true);
-    else if (decodeFlag == 2)
+    else if (decodeFlag == DecodeHardware)
         ui->hardDecRaBtn->setChecked(true);
     else
         ui->softMultiDecRaBtn->setChecked(true);
@@ -89,11 +89,11 @@ void Settings::on_selectSnapPathBtn_clicked()
 void Settings::on_confirmBtn_clicked()
 {
     if (ui->softDecRaBtn->isChecked())
-        decodeFlag = 0;
+        decodeFlag = DecodeSingle;
     else if (ui->hardDecRaBtn->isChecked())
-        decodeFlag = 2;
+        decodeFlag = DecodeHardware;
     else
-        decodeFlag = 1;
+        decodeFlag = DecodeThreaded;
     emit setDecodeFlag(); // changed or not: intended
 
     if (differs(ui->lastPlayCheckBox, lastTimePlayFlag)) {

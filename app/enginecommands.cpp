@@ -53,8 +53,10 @@ bool tellsOwnSubtitles(const QByteArray &line)
 Remark addedSubtitle(const QByteArray &line)
 {
     static const QByteArray words = "SUB: Added subtitle file (";
+    if (!line.startsWith(words))
+        return {};
     const int end = line.indexOf("): ", words.size());
-    if (!line.startsWith(words) || end < 0)
+    if (end < 0)
         return {};
     const int number = line.mid(words.size(), end - words.size()).toInt();
     if (number < 1)

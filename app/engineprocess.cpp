@@ -30,6 +30,20 @@ bool engineRuns()
     return process && process->state() != QProcess::NotRunning;
 }
 
+QByteArray readEngineLine()
+{
+    QByteArray line;
+    QProcess *process = playinglist.process_mplayer;
+    char piece[512];
+    while (process && !line.endsWith('\n')) {
+        const qint64 length = process->readLine(piece, sizeof piece);
+        if (length <= 0)
+            break;
+        line.append(piece, int(length));
+    }
+    return line;
+}
+
 void writeToEngine(const QByteArray &command)
 {
     QProcess *process = playinglist.process_mplayer;

@@ -23,6 +23,10 @@ private:
 // True unless there is no process object or it is in the NotRunning state.
 bool engineRuns();
 
+// The engine's next line with its line feed, as far as it has come. In small pieces, because the
+// usual way takes 16 KiB for each line, which a flood of short ones makes expensive.
+QByteArray readEngineLine();
+
 // Writes command as it is to the engine of playinglist. With a dead engine the text is lost.
 void writeToEngine(const QByteArray &command);
 

@@ -201,7 +201,7 @@ void MainWindow::dataReceive()
     }
     QProcess *engine = playinglist.process_mplayer;
     while (engine->canReadLine()) {
-        QByteArray line = engine->readLine();
+        QByteArray line = readEngineLine();
         line.replace("\n", "");
         takeRemark(line);
         if (ui->processSlider->isSliderDown() || !playingState)

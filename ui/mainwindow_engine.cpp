@@ -19,7 +19,7 @@ namespace {
 constexpr int kPollInterval = 500; // ms
 constexpr int kStartTimeout = 30000; // ms
 // Output that stays unread (while paused, or because no line ends) is dropped beyond this.
-constexpr qint64 kUnreadLimit = 1 << 20;
+constexpr qint64 kUnreadLimit = 1 << 18;
 
 // False where no process came up, which nobody is told: intended.
 bool startEngine(const QString &program, const QStringList &arguments, int index)

@@ -304,7 +304,7 @@ void TestHostileEngine::keepsLittleOfWhatIsUnread()
     QVERIFY(heart.watchUntil(
         [this] { return playinglist.process_mplayer->state() == QProcess::NotRunning; }, 60000));
     QVERIFY2(heart.isSteady(), heart.report());
-    QVERIFY2(read <= (1 << 20), qPrintable(QString::number(read)));
+    QVERIFY2(read <= (1 << 18), qPrintable(QString::number(read)));
     const qint64 growth = heart.peakHeap() - memory;
     QVERIFY2(growth < memoryLimit, qPrintable(QString::number(growth)));
     if (held)

@@ -178,25 +178,4 @@ Remark parseRemark(const QByteArray &line)
     return addedSubtitle(line);
 }
 
-ClockTime splitSeconds(int seconds)
-{
-    if (seconds < 60)
-        return {0, 0, seconds};
-    if (seconds < 3600)
-        return {0, seconds / 60, seconds % 60};
-    if (seconds > 3600)
-        return {seconds / 3600, seconds / 60 % 60, seconds % 60};
-    return {}; // exactly 3600: intended
-}
-
-QString clockText(int seconds)
-{
-    const ClockTime time = splitSeconds(seconds);
-    const QChar zero('0');
-    return QString("%1:%2:%3")
-        .arg(time.hours, 2, 10, zero)
-        .arg(time.minutes, 2, 10, zero)
-        .arg(time.seconds, 2, 10, zero);
-}
-
 } // namespace enginecommands

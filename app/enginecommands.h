@@ -93,15 +93,4 @@ struct Remark {
 // Reads one output line (without its line feed).
 Remark parseRemark(const QByteArray &line);
 
-struct ClockTime {
-    int hours = 0;
-    int minutes = 0;
-    int seconds = 0;
-};
-// Splits seconds. Exactly 3600 gives 0, 0, 0: intended.
-ClockTime splitSeconds(int seconds);
-
-// "hh:mm:ss", as the labels of the media length and of the position show it.
-QString clockText(int seconds);
-
 } // namespace enginecommands

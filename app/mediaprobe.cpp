@@ -1,5 +1,6 @@
 #include "mediaprobe.h"
 
+#include "clocktext.h"
 #include "state.h"
 
 #include <QByteArray>
@@ -10,9 +11,7 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <vector>
 
 namespace {
@@ -33,34 +32,6 @@ QByteArray shellBytes(const QString &command)
             return QByteArray();
     }
     return bytes;
-}
-
-// The cast alone is undefined for what doesn't fit, and the number comes from a file.
-int integerPart(double value)
-{
-    if (std::isnan(value))
-        return 0;
-    constexpr double lowest = std::numeric_limits<int>::min();
-    constexpr double highest = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(value, lowest, highest));
-}
-
-// Intended: the minutes keep counting beyond 59 when hours are shown.
-QString durationText(double duration)
-{
-    int minutes = 0;
-    int hours = 0;
-    if (duration > 59.0) {
-        minutes = integerPart(duration / 60.0);
-        if (minutes > 59)
-            hours = minutes / 60;
-    }
-    const int seconds = integerPart(duration - minutes * 60.0);
-    const QChar zero = QLatin1Char('0');
-    return QStringLiteral("%1:%2:%3")
-        .arg(hours, 2, 10, zero)
-        .arg(minutes, 2, 10, zero)
-        .arg(seconds, 2, 10, zero);
 }
 
 int codecCode(const QString &name)

@@ -2,8 +2,8 @@
 
 #include "common.h"
 #include "controls.h"
+#include "engine.h"
 #include "enginecommands.h"
-#include "engineprocess.h"
 #include "outlined.h"
 #include "playbackmenu.h"
 #include "progressmouse.h"
@@ -18,6 +18,7 @@
 #include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QSlider>
 #include <QTime>
 #include <QTimer>
@@ -286,6 +287,46 @@ void FullScreenVideoControl::connectAll()
     connect(sw, SIGNAL(changeSpeed(int)), this, SLOT(recvChangeSpeed(int)));
 }
 
+void FullScreenVideoControl::showTitle(const QString &title) { titleLabel->setText(title); }
+
+void FullScreenVideoControl::showLength(const QString &text, int seconds)
+{
+    totalTimeLabel->setText(text);
+    // A new range can clamp the old value, whose signal would seek the new file to its end.
+    const QSignalBlocker blocker(processSlider);
+    processSlider->setRange(0, seconds);
+}
+
+// Beyond the length told, the slider stops at its end, and that is a seek: intended.
+void FullScreenVideoControl::showPosition(const QString &text, int seconds)
+{
+    currentTimeLabel->setText(text);
+    processSlider->setValue(seconds);
+}
+
+void FullScreenVideoControl::showVolumeIcon(const QIcon &icon) { voiceBtn->setIcon(icon); }
+
+void FullScreenVideoControl::appear(const QSize &screen)
+{
+    setFixedSize(screen);
+    state = true;
+    playBtn->setFocus();
+    titleLabel->setFixedSize(screen.width(), 80);
+    titleLabel->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    QFont font = titleLabel->font();
+    font.setPointSize(18);
+    titleLabel->setFont(font);
+    whiten(titleLabel);
+    hideLater();
+    move(0, 0);
+    show();
+    playBtn->setFocus();
+}
+
+void FullScreenVideoControl::hideLater() { mouseTimer->start(hideAfter); }
+
+void FullScreenVideoControl::forgetClick() { mouseClickedTimer->stop(); }
+
 void FullScreenVideoControl::hideBar()
 {
     state = false;
@@ -322,7 +363,7 @@ void FullScreenVideoControl::mousePressEvent(QMouseEvent *event)
 
 void FullScreenVideoControl::mouseDoubleClickEvent(QMouseEvent *)
 {
-    mouseClickedTimer->stop();
+    forgetClick();
     qDebug() << "double clicked event top";
     fullScreenBtnClicked();
 }
@@ -341,7 +382,7 @@ void FullScreenVideoControl::mouseMoveEvent(QMouseEvent *event)
     if (inner.x() + kBorder <= event->x() && event->x() <= inner.x() + inner.width() - kBorder &&
         inner.y() + kBorder <= event->y() && event->y() <= inner.y() + inner.height() - kBorder) {
         setCursor(Qt::ArrowCursor);
-        mouseTimer->start(hideAfter);
+        hideLater();
     } else {
         hideWithSpeedWindow();
     }
@@ -357,7 +398,7 @@ void FullScreenVideoControl::keyPressEvent(QKeyEvent *event)
         hideWithSpeedWindow();
     } else if (event->key() == Qt::Key_Escape && fullScreenFlag) {
         sw->dismiss();
-        mouseClickedTimer->stop();
+        forgetClick();
         fullScreenBtnClicked();
     }
     qDebug() << "key num:" << event->key();
@@ -394,8 +435,8 @@ void FullScreenVideoControl::playBtnClicked()
 {
     static int lastVol = defaultVolum; // never read: intended
     Q_UNUSED(lastVol)
-    mouseClickedTimer->stop();
-    mouseTimer->start(hideAfter);
+    forgetClick();
+    hideLater();
     playBtn->setIcon(controlIcon(playingState ? "play" : "pause"));
     emit playBtnClickedSignal();
 }
@@ -407,7 +448,7 @@ void FullScreenVideoControl::backwardBtnClicked() { emit backwardSignal(); }
 void FullScreenVideoControl::voiceBtnClicked()
 {
     emit volumSignal(0);
-    mouseTimer->start(hideAfter);
+    hideLater();
 }
 
 void FullScreenVideoControl::processSliderMoved(int position)
@@ -416,7 +457,7 @@ void FullScreenVideoControl::processSliderMoved(int position)
     // and its release that would seek a second time, or back.
     if (progressMouse->isPlaced())
         return;
-    mouseTimer->start(hideAfter);
+    hideLater();
     qDebug() << "process slider moved " << position;
     writeToEngine(enginecommands::seekTo(position));
 }
@@ -437,7 +478,7 @@ void FullScreenVideoControl::processSliderPressed(int position)
 
 void FullScreenVideoControl::voiceSliderMoved(int volume)
 {
-    mouseTimer->start(hideAfter);
+    hideLater();
     emit volumSignal(volume);
 }
 

@@ -62,6 +62,17 @@ public:
     // Hides the bar and the speed pop-up when another window becomes the active one.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+    // What the main window shows on the bar; times in seconds.
+    void showTitle(const QString &title);
+    void showLength(const QString &text, int seconds);
+    void showPosition(const QString &text, int seconds);
+    void showVolumeIcon(const QIcon &icon);
+    // Covers a screen of this size, and goes when the mouse has rested for hideAfter.
+    void appear(const QSize &screen);
+    void hideLater();
+    // Takes back a click on the picture that waits for its double click.
+    void forgetClick();
+
     // Hides the bar and clears its state.
     void hideBar(); // the speed pop-up is left as it is
     void hideWithSpeedWindow();

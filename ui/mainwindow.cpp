@@ -4,7 +4,7 @@
 #include "controls.h"
 #include "delayset.h"
 #include "dialogs.h"
-#include "engineprocess.h"
+#include "engine.h"
 #include "fullscreenvideocontrl.h"
 #include "handlesnapfilethread.h"
 #include "listwidget.h"
@@ -17,11 +17,9 @@
 
 #include <QCloseEvent>
 #include <QDebug>
-#include <QDir>
 #include <QGuiApplication>
 #include <QMediaPlayer>
 #include <QScreen>
-#include <QStandardPaths>
 #include <QTimer>
 
 namespace {
@@ -58,16 +56,9 @@ MainWindow::MainWindow(QWidget *parent)
 MainWindow::~MainWindow()
 {
     setDialogOwner(nullptr);
-    // A running thread must not be destroyed.
-    snapThread->runFlag = false;
-    snapThread->wait();
-    QProcess *engine = playinglist.process_mplayer;
-    playinglist.process_mplayer = nullptr;
-    engine->disconnect(this);
-    if (engine->state() != QProcess::NotRunning)
-        engine->kill();
-    engine->close();
-    delete engine;
+    endSnapThread();
+    snapThread->wait(); // a running thread must not be destroyed
+    discardEngine();
     delete sw;
     delete fsvc;
     delete ui;
@@ -105,7 +96,7 @@ void MainWindow::setUpCompanions()
     qDebug() << "w=" << screenWidth << " h=" << screenHeight;
 
     sw = new speedWind;
-    currentSpeed = 2;
+    currentSpeed = kNormalSpeed;
     fsvc = new FullScreenVideoControl;
     fsvc->setMouseTracking(true);
 }
@@ -135,10 +126,6 @@ void MainWindow::setUpButtons()
         row.button->setIconSize(row.iconSize);
         row.button->setStyleSheet("color:white;background-color:gray");
     }
-    // What Qt makes of a white picture by itself looks like any other.
-    QIcon camera = ui->snapShotBtn->icon();
-    camera.addFile(":/image/controlicon/camera_off.png", QSize(), QIcon::Disabled);
-    ui->snapShotBtn->setIcon(camera);
     ui->playBtn->setAutoFillBackground(true);
     ui->backwardBtn->setAutoFillBackground(true);
 
@@ -146,10 +133,6 @@ void MainWindow::setUpButtons()
     setHint(ui->speedSetBtn, "倍速");
     ui->speedSetBtn->setText("倍速");
     ui->speedSetBtn->setStyleSheet("color:white;background-color:gray;");
-    if (decodeFlag == DecodeHardware) {
-        ui->snapShotBtn->setEnabled(false);
-        setHint(ui->snapShotBtn, "硬解模式下不支持截图");
-    }
 }
 
 void MainWindow::setUpSliders()
@@ -176,7 +159,7 @@ void MainWindow::setUpPlayArea()
     centre();
     playinglist.widID = ui->playWidget->winId();
     qDebug() << "winid is " << playinglist.widID;
-    playinglist.process_mplayer = new EngineProcess;
+    makeEngine();
     curDecodeFlag = decodeFlag;
     subTitleScale = 3.0;
 }
@@ -218,26 +201,6 @@ void MainWindow::setUpList()
     ads = new delaySet(this);
 }
 
-// The screenshot folder and the worker that files what the engine writes there. Everything that a
-// nested event loop could reach exists before the box.
-void MainWindow::setUpScreenshots()
-{
-    snapThread = new handleSnapFileThread(this);
-    if (screenShotPath.isEmpty()) {
-        const QString pictures =
-            QStandardPaths::writableLocation(QStandardPaths::HomeLocation) + "/Pictures";
-        screenShotPath = pictures + "/TNPlayer_ScreenShot/";
-        QDir folder;
-        const bool there = QDir(screenShotPath).exists() ||
-            ((QDir(pictures).exists() || folder.mkdir(pictures)) && folder.mkdir(screenShotPath));
-        if (!there)
-            showNotice("make screenshot dir failed");
-    }
-    if (decodeFlag != DecodeHardware)
-        startSnapThread();
-    ui->stateLabel->raise();
-}
-
 void MainWindow::setUpInput()
 {
     ui->playWidget->setMouseTracking(true);
@@ -251,9 +214,8 @@ void MainWindow::setUpInput()
 // Buttons of the form are bound by object name and must not be connected here.
 void MainWindow::connectAll()
 {
-    connect(playinglist.process_mplayer, SIGNAL(readyReadStandardOutput()), this,
-            SLOT(dataReceive()));
-    connect(playinglist.process_mplayer, SIGNAL(finished(int, QProcess::ExitStatus)), this,
+    connect(engineProcess(), SIGNAL(readyReadStandardOutput()), this, SLOT(dataReceive()));
+    connect(engineProcess(), SIGNAL(finished(int, QProcess::ExitStatus)), this,
             SLOT(recvEngineFinished()));
     connect(ui->processSlider, SIGNAL(sliderPressed()), this, SLOT(processSliderPressed()));
     connect(ui->processSlider, SIGNAL(sliderReleased()), this, SLOT(processSliderPressed()));
@@ -280,7 +242,7 @@ void MainWindow::connectAll()
 
     connect(processTimer, &QTimer::timeout, this, [this] { pollEngine(); });
     connect(mouseClickTimer, &QTimer::timeout, this, [this] {
-        on_playBtn_clicked();
+        playOrPause();
         qDebug() << "mouseClickTimer timeout message";
         mouseClickTimer->stop();
     });
@@ -337,26 +299,23 @@ void MainWindow::openCommandLineFiles()
 // The stop comes first, because it rewrites the history file that may be emptied here.
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    on_stopBtn_clicked();
+    stop(SavePlace);
     processTimer->stop();
     mouseClickTimer->stop();
     volumSliderTimer->stop();
     if (emptyListCheckFlag && !emptyHistoryFile(defaultPlayPath))
         qDebug() << "Json File open fail!" << 1692;
     setDefaultConfig(QString::number(defaultVolum), SettingDefaultVolum);
-    fsvc->close();
-    fsvc->state = false;
-    fsvc->sw->dismiss();
+    fsvc->hideWithSpeedWindow();
     sw->dismiss();
-    snapThread->runFlag = false;
-    snapThread->quit();
+    endSnapThread();
     snapThread->wait();
-    closed = true;
+    phase = Closed;
     event->accept();
 }
 
 // Closed, or about to be: a signal that comes while the construction still opens files is only
 // passed on to the window afterwards.
-bool MainWindow::isEnding() const { return closed || TerminationNotifier::isRequested(); }
+bool MainWindow::isEnding() const { return phase == Closed || TerminationNotifier::isRequested(); }
 
 #include "moc_mainwindow.cpp"

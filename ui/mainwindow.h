@@ -1,6 +1,6 @@
 // The player's one top-level window: title bar, video area, playlist, progress and button row.
-// The implementation is split by subject: mainwindow.cpp (construction, closing), _layout, _engine,
-// _adjust, _playlist, _modes and _menu.
+// The implementation is split by subject: mainwindow.cpp (construction, closing), _layout, _engine
+// (playing), _adjust, _playlist, _modes, _screenshots and _menu.
 #pragma once
 
 #include "enginerun.h"
@@ -49,6 +49,23 @@ public:
     void openAndDragFile(QString path);
     // Chooses and starts what follows after the end of a file.
     void checkPlayMode();
+
+    // What the person wants of the film; buttons, keys and menus come here. Each does nothing where
+    // it has nothing to do it with.
+    //
+    // Plays an entry of addrlist from its saved place, or goes on with it if it is loaded and
+    // paused. Whatever else is loaded is stopped first. An index outside the list means the newest.
+    void play(int index);
+    void pause();
+    void resume();
+    void playOrPause(); // the toggle: plays the entry of playinglist when stopped
+    enum Place { SavePlace, KeepPlace };
+    void stop(Place place); // place: where the entry goes on next time
+    void seek(int second); // a paused film stays paused
+    void toggleMute();
+    void takeScreenshot();
+    void openLocalFile(); // asks for one
+    void enterFullScreen();
 
     // Keeps windowActiveFlag; what floats over the window goes when it is no more the active one.
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -185,7 +202,6 @@ private:
 
     // Playlist.
     QString chooseLocalFile(const QString &filter); // empty when none was chosen
-    void playEntry(int index);
 
     // Layout.
     void centre();
@@ -197,37 +213,41 @@ private:
     // Engine.
     void pollEngine();
     void showPlayButton(bool playing);
-    void playOrPause(bool afterAnEnd);
-    void startPlaying(bool afterAnEnd);
-    void togglePause();
+    void start(bool afterAnEnd);
+    bool startEntry(int index, bool afterAnEnd);
+    bool warnOfHardware();
     void resumeAtLastPosition();
+    void jump(const QByteArray &command);
     void stopAndSave();
     void stopPlayback();
+    void endEngine();
     int placeToSave() const;
     void savePlace(int seconds);
-    bool engineEndedWell() const;
     void noteFailure();
     void personActs();
     void takeRemark(const QByteArray &line);
     void showLength(int seconds);
     void showPosition(int seconds);
     void makeWayFor(int index);
-    void seek(int second);
-    bool startEntry(int index, bool afterAnEnd);
     bool isEnding() const;
 
     // Adjustments.
     void setVolumeIcon(const QString &icon, bool onBar);
+
+    // Screenshots.
+    void offerScreenshots(bool possible, const QString &hint);
     void startSnapThread();
+    void endSnapThread();
 
     // Modes.
     void setNormalWidgetsVisible(bool visible);
     void showBar();
 
     QVector<QRect> firstScreens; // the screens at construction
-    bool stopping = false; // true inside a stop, whose close() can deliver output and so call back
+    // What neither the globals nor the process tell: a start that waits for a box, a stop whose end
+    // of the process can call back, a closed window (a signal can close it while a box is open).
+    enum Phase { Settled, Starting, Stopping, Closed };
+    Phase phase = Settled;
     EngineRun run; // what is known of the engine that was started last
     FailureRow failures; // engines in a row that failed at once
-    // A signal can close the window while a box is open; what waited for the box must not go on.
-    bool closed = false;
 };

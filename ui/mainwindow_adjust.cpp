@@ -1,16 +1,14 @@
-// Volume, speed, delays, subtitles, the decode mode and screenshots.
+// Volume, speed, delays, subtitles and the decode mode.
 #include "mainwindow.h"
 
 #include "common.h"
 #include "controls.h"
 #include "delayset.h"
 #include "dialogs.h"
+#include "engine.h"
 #include "enginecommands.h"
-#include "engineprocess.h"
 #include "fullscreenvideocontrl.h"
-#include "handlesnapfilethread.h"
 #include "speedwind.h"
-#include "standstill.h"
 #include "ui_mainwindow.h"
 
 #include <QDebug>
@@ -43,10 +41,12 @@ void MainWindow::setVolumeIcon(const QString &icon, bool onBar)
     const QIcon picture = controlIcon(icon);
     ui->volumBtn->setIcon(picture);
     if (onBar)
-        fsvc->voiceBtn->setIcon(picture);
+        fsvc->showVolumeIcon(picture);
 }
 
-void MainWindow::on_volumBtn_clicked()
+void MainWindow::on_volumBtn_clicked() { toggleMute(); }
+
+void MainWindow::toggleMute()
 {
     if (!muteFlag) {
         muteFlag = true;
@@ -68,7 +68,7 @@ void MainWindow::recvVolumSignal(int volume)
     if (volume != 0)
         volumSliderMoved();
     else
-        on_volumBtn_clicked();
+        toggleMute();
 }
 
 void MainWindow::on_speedSetBtn_clicked() { sw->toggleAtCursor(currentSpeed); }
@@ -77,21 +77,8 @@ void MainWindow::on_speedSetBtn_clicked() { sw->toggleAtCursor(currentSpeed); }
 // plays on: both intended.
 void MainWindow::recvChangeSpeed(int percent)
 {
-    const struct {
-        int percent;
-        int code;
-        const char *text;
-    } speeds[] = {
-        {50, 0, "0.5x"}, {75, 1, "0.75x"}, {125, 3, "1.25x"}, {150, 4, "1.5x"}, {200, 5, "2.0x"},
-    };
-    currentSpeed = 2;
-    QString text = "倍速";
-    for (const auto &speed : speeds) {
-        if (speed.percent == percent) {
-            currentSpeed = speed.code;
-            text = speed.text;
-        }
-    }
+    currentSpeed = speedCode(percent);
+    const QString text = currentSpeed == kNormalSpeed ? "倍速" : kSpeeds[currentSpeed].text;
     ui->speedSetBtn->setText(text);
     const float factor = percent / 100.0f;
     qDebug() << "speed is " << factor;
@@ -239,48 +226,19 @@ void MainWindow::recvSetDecodeSignal()
     personActs();
     setDefaultConfig(QString::number(decodeFlag), SettingDecodeFlag);
     if (curDecodeFlag != decodeFlag && playingState) {
-        on_stopBtn_clicked();
-        on_playBtn_clicked();
+        stop(SavePlace);
+        play(playinglist.addrIndex);
         writeToEngine(enginecommands::seekToUnterminated(currentPosition));
         curDecodeFlag = decodeFlag;
     }
     QString mode = "硬解";
     if (decodeFlag == DecodeHardware) {
-        ui->snapShotBtn->setEnabled(false);
-        setHint(ui->snapShotBtn, "请在软解模式下截图");
-        snapThread->runFlag = false;
-        snapThread->quit();
+        offerScreenshots(false, "请在软解模式下截图");
+        endSnapThread();
     } else {
-        ui->snapShotBtn->setEnabled(true);
-        setHint(ui->snapShotBtn, "截图");
+        offerScreenshots(true, "截图");
         startSnapThread();
         mode = decodeFlag == DecodeThreaded ? "多线程软解" : "软解";
     }
     showStateLabel("当前解码模式：" + mode, 2000);
-}
-
-void MainWindow::on_snapShotBtn_clicked()
-{
-    if (playinglist.state == 0)
-        return;
-    writeToEngine(enginecommands::screenshot);
-    snapThread->snapCount++;
-}
-
-void MainWindow::fileMoveMSg(QString path)
-{
-    if (!Standstill::postpone(this, [this, path] { fileMoveMSg(path); }))
-        showStateLabel("截图已保存至" + path, 2000);
-}
-
-// A worker that was told to end but still runs would ignore start() and then end.
-void MainWindow::startSnapThread()
-{
-    if (!snapThread->runFlag && snapThread->isRunning())
-        snapThread->wait();
-    if (snapThread->isRunning())
-        return;
-    snapThread->runFlag = true;
-    snapThread->start(QThread::InheritPriority);
-    snapThread->waitForFolder();
 }

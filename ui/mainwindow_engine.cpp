@@ -1,33 +1,30 @@
-// Starting and stopping the engine, polling it, reading its answers, seeking.
+// The verbs play, pause, resume, stop and seek; starting the engine, polling it, reading its
+// answers.
 #include "mainwindow.h"
 
+#include "clocktext.h"
 #include "common.h"
 #include "controls.h"
 #include "dialogs.h"
+#include "engine.h"
 #include "enginecommands.h"
-#include "engineprocess.h"
 #include "fullscreenvideocontrl.h"
 #include "playorder.h"
+#include "speedwind.h"
 #include "titlebar.h"
 #include "ui_mainwindow.h"
 
 #include <QDebug>
-#include <QSignalBlocker>
 #include <QTimer>
 
 namespace {
 constexpr int kPollInterval = 500; // ms
-constexpr int kStartTimeout = 30000; // ms
-// Output that stays unread (while paused, or because no line ends) is dropped beyond this.
-constexpr qint64 kUnreadLimit = 1 << 18;
 
 // False where no process came up, which nobody is told: intended.
-bool startEngine(const QString &program, const QStringList &arguments, int index)
+bool launch(const QString &program, const QStringList &arguments, int index)
 {
     qDebug() << "arglist:" << arguments;
-    QProcess *engine = playinglist.process_mplayer;
-    engine->start(program, arguments, QIODevice::ReadWrite);
-    const bool started = engine->waitForStarted(kStartTimeout);
+    const bool started = startEngine(program, arguments);
     playinglist.state = 1;
     playinglist.addrIndex = index;
     return started;
@@ -54,9 +51,7 @@ bool MainWindow::startEntry(int index, bool afterAnEnd)
         return true;
     }
     if (engineRuns()) {
-        stopping = true; // its last output would start the polling again
-        quitEngine();
-        stopping = false;
+        endEngine();
         run = EngineRun();
     }
     const HistoryAddrList entry = addrlist[index];
@@ -65,69 +60,85 @@ bool MainWindow::startEntry(int index, bool afterAnEnd)
     // One that fails again and again is not asked about each time: the boxes would leave no moment
     // for anything else.
     if (decodeFlag == DecodeHardware && entry.codec_type == CodecOther &&
-        !failures.knows(entry.addr)) {
-        // Nor may a click made just before the box start this entry from inside of it.
-        mouseClickTimer->stop();
-        fsvc->mouseClickedTimer->stop();
-        showNotice("该视频格式可能不支持硬解码!");
-        if (engineRuns())
-            return false; // of something dropped on the window in the meantime
-    }
+        !failures.knows(entry.addr) && !warnOfHardware())
+        return false;
     if (isEnding())
         return false;
     run.begin(entry.addr, afterAnEnd);
-    run.started = startEngine(startPath + "/files/bin/mplayer", arguments, index);
+    run.started = launch(startPath + "/files/bin/mplayer", arguments, index);
     processTimer->start(kPollInterval);
     const QString name = getFileNameFromAddr(entry.addr);
     m_titleBar->setWindowTitle(name);
-    fsvc->titleLabel->setText(name);
+    fsvc->showTitle(name);
     return true;
+}
+
+// The box runs an event loop. False where the start that waits for it has been given up in there:
+// by a stop, by closing, or for something that was dropped on the window.
+bool MainWindow::warnOfHardware()
+{
+    // A click made just before must not play or pause what the box is about.
+    mouseClickTimer->stop();
+    fsvc->forgetClick();
+    phase = Starting;
+    showNotice("该视频格式可能不支持硬解码!");
+    if (phase != Starting)
+        return false;
+    phase = Settled;
+    return !engineRuns();
 }
 
 void mpvPlay(int index)
 {
     if (!isAddrSlot(index))
         return;
-    QProcess *engine = playinglist.process_mplayer;
-    if (engine->state() == QProcess::Running) {
-        engine->kill();
-        engine->close();
-    }
-    startEngine("/usr/bin/mpv",
-                enginecommands::mpvArguments(addrlist[index], decodeFlag, playinglist.widID),
-                index);
+    if (engineRuns())
+        killEngine();
+    launch("/usr/bin/mpv",
+           enginecommands::mpvArguments(addrlist[index], decodeFlag, playinglist.widID), index);
 }
 
-void MainWindow::on_playBtn_clicked()
-{
-    personActs();
-    playOrPause(false);
-}
+void MainWindow::on_playBtn_clicked() { playOrPause(); }
 
-void MainWindow::playOrPause(bool afterAnEnd)
+void MainWindow::recvPlayBtnClicked() { playOrPause(); }
+
+void MainWindow::on_unPlayedBtn_clicked() { playOrPause(); }
+
+void MainWindow::playOrPause()
 {
-    if (addrNum <= 0)
+    if (phase == Starting)
         return;
+    personActs();
     if (playinglist.state == 0)
-        startPlaying(afterAnEnd);
+        play(playinglist.addrIndex);
+    else if (playingState)
+        pause();
     else
-        togglePause();
+        resume();
 }
 
-void MainWindow::recvPlayBtnClicked() { on_playBtn_clicked(); }
-
-void MainWindow::on_unPlayedBtn_clicked() { on_playBtn_clicked(); }
+void MainWindow::play(int index)
+{
+    makeWayFor(index);
+    playinglist.addrIndex = index;
+    if (playinglist.state == 0)
+        start(false);
+    else
+        resume();
+}
 
 // The volume, the delays and the subtitles in force are not told to the new engine, and what shows
 // them stays as it is: intended.
-void MainWindow::startPlaying(bool afterAnEnd)
+void MainWindow::start(bool afterAnEnd)
 {
+    if (addrNum <= 0)
+        return;
     // The index is stale after the last entry was played through or an entry was deleted.
     if (playinglist.addrIndex < 0 || playinglist.addrIndex >= addrNum)
         playinglist.addrIndex = addrNum - 1;
     playingState = true;
     const bool started = startEntry(playinglist.addrIndex, afterAnEnd);
-    showPlayButton(true);
+    showPlayButton(playingState);
     if (started)
         resumeAtLastPosition();
 }
@@ -144,18 +155,24 @@ void MainWindow::resumeAtLastPosition()
     showStateLabel("已自动跳转至上次播放位置", 2000);
 }
 
-void MainWindow::togglePause()
+void MainWindow::pause()
 {
-    playingState = !playingState;
-    if (playingState)
-        processTimer->start(kPollInterval);
-    else
-        processTimer->stop();
-    showPlayButton(playingState);
-    if (decodeSoftware != 0)
-        writeToEngine(playingState ? enginecommands::mpvResume : enginecommands::mpvPause);
-    else
-        writeToEngine(enginecommands::togglePause);
+    if (playinglist.state == 0 || !playingState)
+        return;
+    playingState = false;
+    processTimer->stop();
+    showPlayButton(false);
+    writeToEngine(decodeSoftware != 0 ? enginecommands::mpvPause : enginecommands::togglePause);
+}
+
+void MainWindow::resume()
+{
+    if (playinglist.state == 0 || playingState || addrNum <= 0)
+        return;
+    playingState = true;
+    processTimer->start(kPollInterval);
+    showPlayButton(true);
+    writeToEngine(decodeSoftware != 0 ? enginecommands::mpvResume : enginecommands::togglePause);
 }
 
 void MainWindow::showPlayButton(bool playing)
@@ -193,14 +210,13 @@ void MainWindow::personActs() { failures.clear(); }
 // Where the engine is found gone, the polling goes on, because the next poll chooses what follows.
 void MainWindow::dataReceive()
 {
-    if (stopping)
+    if (phase == Stopping)
         return;
     if (!engineRuns()) {
         stopAndSave();
         return;
     }
-    QProcess *engine = playinglist.process_mplayer;
-    while (engine->canReadLine()) {
+    while (engineHasLine()) {
         QByteArray line = readEngineLine();
         line.replace("\n", "");
         takeRemark(line);
@@ -212,8 +228,7 @@ void MainWindow::dataReceive()
         else if (answer.kind == enginecommands::Answer::Position)
             showPosition(answer.seconds);
     }
-    if (engine->bytesAvailable() > kUnreadLimit)
-        engine->readAll();
+    limitUnreadOutput();
     processTimer->start(kPollInterval);
 }
 
@@ -234,42 +249,32 @@ void MainWindow::takeRemark(const QByteArray &line)
 void MainWindow::showLength(int seconds)
 {
     run.lengthIsZero = seconds <= 0;
-    const QString text = enginecommands::clockText(seconds);
+    const QString text = clockText(seconds);
     ui->totalTimeLabel->setText(text);
     ui->processSlider->setRange(0, seconds);
-    fsvc->totalTimeLabel->setText(text);
-    // A new range can clamp the bar's old value, whose signal would seek the new file to its end.
-    const QSignalBlocker blocker(fsvc->processSlider);
-    fsvc->processSlider->setRange(0, seconds);
+    fsvc->showLength(text, seconds);
 }
 
 void MainWindow::showPosition(int seconds)
 {
     run.positionTold = true;
     failures.clear();
-    const QString text = enginecommands::clockText(seconds);
+    const QString text = clockText(seconds);
     ui->currentTimeLabel->setText(text);
     currentPosition = seconds;
     ui->processSlider->setValue(seconds);
-    fsvc->currentTimeLabel->setText(text);
-    // Beyond the length told, the bar's slider stops at its end, and that is a seek: intended.
-    fsvc->processSlider->setValue(seconds);
+    fsvc->showPosition(text, seconds);
 }
+
+void MainWindow::on_backwardBtn_clicked() { jump(enginecommands::seekBackward); }
+
+void MainWindow::on_forwardBtn_clicked() { jump(enginecommands::seekForward); }
 
 // Also sent while paused: then the engine plays on, though the player counts as paused. Intended.
-void MainWindow::on_backwardBtn_clicked()
+void MainWindow::jump(const QByteArray &command)
 {
     personActs();
-    writeToEngine(enginecommands::seekBackward);
-    if (playingState)
-        ui->playBtn->setIcon(controlIcon("pause"));
-}
-
-// Likewise.
-void MainWindow::on_forwardBtn_clicked()
-{
-    personActs();
-    writeToEngine(enginecommands::seekForward);
+    writeToEngine(command);
     if (playingState)
         ui->playBtn->setIcon(controlIcon("pause"));
 }
@@ -292,20 +297,33 @@ void MainWindow::processSliderPressed(int position)
         seek(position);
 }
 
+void MainWindow::on_stopBtn_clicked() { stop(SavePlace); }
+
+void MainWindow::recvStopSignal() { stop(SavePlace); }
+
+void MainWindow::recvRemoveAndStopSignal() { stop(KeepPlace); }
+
 // Stopped by the person: nothing follows, even where the engine has ended and the next poll would
 // have noticed it.
-void MainWindow::on_stopBtn_clicked()
+void MainWindow::stop(Place place)
 {
-    if (stopping)
+    if (phase == Stopping)
         return;
     personActs();
     processTimer->stop();
-    stopAndSave();
+    if (phase == Starting) {
+        phase = Settled;
+        playingState = false;
+    }
+    if (place == SavePlace)
+        stopAndSave();
+    else if (playinglist.state != 0)
+        stopPlayback();
 }
 
 void MainWindow::stopAndSave()
 {
-    if (stopping || playinglist.state == 0)
+    if (phase == Stopping || playinglist.state == 0)
         return;
     const int place = placeToSave();
     const bool failed = !engineRuns() && run.started && !run.positionTold;
@@ -313,7 +331,7 @@ void MainWindow::stopAndSave()
     if (lastTimePlayFlag && place >= 0)
         savePlace(place);
     ui->speedSetBtn->setText("倍速");
-    currentSpeed = 2;
+    currentSpeed = kNormalSpeed;
     if (failed && !ui->stateLabel->isVisible() && run.isFileMissing())
         showStateLabel("文件不存在", 2000);
 }
@@ -335,37 +353,16 @@ int MainWindow::placeToSave() const
     return slider->value() >= slider->maximum() - 2 ? 0 : slider->value();
 }
 
-// The real engine reports its own crash by the code 1.
-bool MainWindow::engineEndedWell() const
-{
-    const QProcess *engine = playinglist.process_mplayer;
-    return engine->exitStatus() == QProcess::NormalExit && engine->exitCode() == 0;
-}
-
 void MainWindow::savePlace(int seconds)
 {
     const int index = playinglist.addrIndex;
     saveLastPlayTime(run.rowsRemoved ? indexOfAddr(run.addr, index) : index, seconds);
 }
 
-void MainWindow::recvStopSignal() { on_stopBtn_clicked(); }
-
-void MainWindow::recvRemoveAndStopSignal()
-{
-    if (stopping)
-        return;
-    personActs();
-    processTimer->stop();
-    if (playinglist.state != 0)
-        stopPlayback();
-}
-
-// Ends the engine and shows the stopped look. Closing can deliver the engine's last output, which
-// must neither stop again nor restart the polling.
+// Shows the stopped look.
 void MainWindow::stopPlayback()
 {
-    stopping = true;
-    quitEngine();
+    endEngine();
     showPlayButton(false);
     playingState = false;
     playinglist.state = 0;
@@ -374,7 +371,16 @@ void MainWindow::stopPlayback()
     ui->currentTimeLabel->setText("00:00:00");
     ui->totalTimeLabel->setText("00:00:00");
     ui->processSlider->setValue(0);
-    stopping = false;
+}
+
+// Closing the process can deliver the engine's last output, which must neither stop again nor
+// start the polling.
+void MainWindow::endEngine()
+{
+    const Phase before = phase;
+    phase = Stopping;
+    quitEngine();
+    phase = before;
 }
 
 // Ends what plays before an entry (-1: a new one) is played, and a paused engine, which would only
@@ -383,9 +389,9 @@ void MainWindow::stopPlayback()
 void MainWindow::makeWayFor(int index)
 {
     if (playingState)
-        on_stopBtn_clicked();
-    if (playinglist.state == 0 || (index >= 0 && addrlist[index].addr == run.addr))
+        stop(SavePlace);
+    if (playinglist.state == 0 || (isAddrSlot(index) && addrlist[index].addr == run.addr))
         return;
     playinglist.addrIndex = indexOfAddr(run.addr, playinglist.addrIndex);
-    on_stopBtn_clicked();
+    stop(SavePlace);
 }

@@ -18,8 +18,7 @@ void MainWindow::resizeEvent(QResizeEvent *event)
     QMainWindow::resizeEvent(event);
     if (fullScreenFlag || !m_titleBar || !listWidget || !fsvc || !sw)
         return;
-    fsvc->hide();
-    fsvc->sw->dismiss();
+    fsvc->hideWithSpeedWindow();
     sw->dismiss();
 
     layOutPlayArea();
@@ -101,7 +100,8 @@ void MainWindow::putListInPlace()
 void MainWindow::showEvent(QShowEvent *event)
 {
     QMainWindow::showEvent(event);
-    closed = false;
+    if (phase == Closed)
+        phase = Settled;
     centre();
 }
 

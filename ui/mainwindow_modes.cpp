@@ -3,6 +3,7 @@
 
 #include "common.h"
 #include "controls.h"
+#include "enginecommands.h"
 #include "fullscreenvideocontrl.h"
 #include "listwidget.h"
 #include "speedwind.h"
@@ -38,8 +39,10 @@ void MainWindow::setNormalWidgetsVisible(bool visible)
         widget->setVisible(visible);
 }
 
+void MainWindow::on_fullScreenBtn_clicked() { enterFullScreen(); }
+
 // As large as the first screen, on whichever screen the window is: intended.
-void MainWindow::on_fullScreenBtn_clicked()
+void MainWindow::enterFullScreen()
 {
     fullScreenFlag = true;
     setNormalWidgetsVisible(false);
@@ -119,12 +122,12 @@ void MainWindow::mouseDoubleClickEvent(QMouseEvent *event)
     if (!insidePlayArea(event->pos()) || playinglist.state == 0)
         return;
     mouseClickTimer->stop();
-    fsvc->mouseClickedTimer->stop(); // the bar may have got the first press, and hidden since
+    fsvc->forgetClick(); // the bar may have got the first press, and hidden since
     if (fullScreenFlag) {
         showNormalWin();
     } else {
-        on_fullScreenBtn_clicked();
-        fsvc->mouseTimer->start(FullScreenVideoControl::hideAfter);
+        enterFullScreen();
+        fsvc->hideLater();
     }
 }
 
@@ -146,23 +149,10 @@ void MainWindow::mouseMoveEvent(QMouseEvent *event)
 
 void MainWindow::showBar()
 {
-    fsvc->setFixedSize(screenWidth, screenHeight);
-    fsvc->state = true;
-    fsvc->playBtn->setFocus();
-    QLabel *title = fsvc->titleLabel;
-    title->setFixedSize(screenWidth, 80);
     const int index = playinglist.addrIndex;
     if (playinglist.state != 0 && isAddrSlot(index))
-        title->setText(addrlist[index].label);
-    title->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
-    QFont font = title->font();
-    font.setPointSize(18);
-    title->setFont(font);
-    whiten(title);
-    fsvc->mouseTimer->start(FullScreenVideoControl::hideAfter);
-    fsvc->move(0, 0);
-    fsvc->show();
-    fsvc->playBtn->setFocus();
+        fsvc->showTitle(addrlist[index].label);
+    fsvc->appear(QSize(screenWidth, screenHeight));
 }
 
 bool MainWindow::eventFilter(QObject *watched, QEvent *event)
@@ -199,11 +189,11 @@ void MainWindow::keyPressEvent(QKeyEvent *event)
     if (key == Qt::Key_Alt || onlyAlt)
         fsvc->hideWithSpeedWindow();
     if (key == Qt::Key_Space)
-        on_playBtn_clicked();
+        playOrPause();
     if (key == Qt::Key_Left)
-        on_backwardBtn_clicked();
+        jump(enginecommands::seekBackward);
     if (key == Qt::Key_Right)
-        on_forwardBtn_clicked();
+        jump(enginecommands::seekForward);
     if (key == Qt::Key_Up)
         ui->volumSlider->setValue(ui->volumSlider->value() + 2);
     if (key == Qt::Key_Down)
@@ -217,7 +207,7 @@ void MainWindow::keyPressEvent(QKeyEvent *event)
     if (onlyControl && key == Qt::Key_D)
         subPosDown();
     if (onlyControl && key == Qt::Key_O)
-        on_openFileBtn_clicked();
+        openLocalFile();
     if (onlyAlt && key == Qt::Key_A)
-        on_snapShotBtn_clicked();
+        takeScreenshot();
 }

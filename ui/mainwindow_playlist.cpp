@@ -53,19 +53,18 @@ void MainWindow::openAndDragFile(QString path)
             showNotice("视频解析失败!");
         return;
     }
-    const int known = checkAddrExist(path);
-    makeWayFor(known);
-    if (known < 0) {
+    int index = checkAddrExist(path);
+    if (index < 0) {
+        makeWayFor(index);
         addToAddrList(path); // makes it the playing one
         // A new entry always gets the local icon, streams too: intended.
         listWidget->insertItem(0, ListWidget::makeItem(addrlist[addrNum - 1], QIcon(kLocalIcon)));
         listWidget->setCurrentRow(0);
         if (listWidget->count() > addrNum)
             listWidget->removeLastRow();
-    } else {
-        playinglist.addrIndex = known; // its row stays where it is: intended
+        index = playinglist.addrIndex;
     }
-    on_playBtn_clicked();
+    play(index); // the row of a known one stays where it is: intended
 }
 
 QString MainWindow::chooseLocalFile(const QString &filter)
@@ -75,7 +74,9 @@ QString MainWindow::chooseLocalFile(const QString &filter)
     return name;
 }
 
-void MainWindow::on_openFileBtn_clicked()
+void MainWindow::on_openFileBtn_clicked() { openLocalFile(); }
+
+void MainWindow::openLocalFile()
 {
     const QString name = chooseLocalFile(
         tr("视频文件(*.mp4 *.wmv *.avi *.flv *.rmvb *.mov *.mkv *.webm);;所有文件(*.*)"));
@@ -98,13 +99,6 @@ void MainWindow::dropEvent(QDropEvent *event)
     }
 }
 
-void MainWindow::playEntry(int index)
-{
-    makeWayFor(index);
-    playinglist.addrIndex = index;
-    on_playBtn_clicked();
-}
-
 // The row comes from the list's currentIndex, not from the item: intended.
 void MainWindow::playSelectedItem(QListWidgetItem *)
 {
@@ -114,7 +108,7 @@ void MainWindow::playSelectedItem(QListWidgetItem *)
         return;
     if (playinglist.addrIndex == target && playingState)
         return;
-    playEntry(target);
+    play(target);
 }
 
 void MainWindow::playSelected(int row)
@@ -123,7 +117,7 @@ void MainWindow::playSelected(int row)
     const int target = entryOfRow(row, addrNum);
     if (target < 0 || target >= addrNum || playinglist.addrIndex == target)
         return;
-    playEntry(target);
+    play(target);
 }
 
 // The number of a row and that of its entry run against each other, so that after a deletion the
@@ -155,5 +149,5 @@ void MainWindow::checkPlayMode()
     if (playsForEver(playMode) && failures.isTooLong(addrNum))
         showStateLabel("无法播放", 2000);
     else
-        playOrPause(true);
+        start(true);
 }

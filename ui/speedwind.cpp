@@ -8,6 +8,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 // From the cursor to the pop-up's top-left corner: centred on the cursor, its bottom 10 pixels
 // above.
@@ -18,7 +21,32 @@ constexpr double kOpacity = 0.8;
 constexpr QColor kMark(7, 158, 205); // the sliders' colour
 constexpr QSize kMarkSize(3, 16);
 constexpr int kHoverAlpha = 70;
+
+// By speed code, as kSpeeds.
+const struct {
+    QPushButton *speedWind::*member;
+    const char *slot;
+} kButtons[] = {
+    {&speedWind::speed050, SLOT(speed050BtnClicked())},
+    {&speedWind::speed075, SLOT(speed075BtnClicked())},
+    {&speedWind::speed100, SLOT(speed100BtnClicked())},
+    {&speedWind::speed125, SLOT(speed125BtnClicked())},
+    {&speedWind::speed150, SLOT(speed150BtnClicked())},
+    {&speedWind::speed200, SLOT(speed200BtnClicked())},
+};
 } // namespace
+
+const PlaySpeed kSpeeds[] = {
+    {50, "0.5x", "0.5倍速"},    {75, "0.75x", "0.75倍速"}, {100, "1.0x", "原倍速"},
+    {125, "1.25x", "1.25倍速"}, {150, "1.5x", "1.5倍速"},  {200, "2.0x", "2.0倍速"},
+};
+
+int speedCode(int percent)
+{
+    const auto isIt = [percent](const PlaySpeed &speed) { return speed.percent == percent; };
+    const auto found = std::find_if(std::begin(kSpeeds), std::end(kSpeeds), isIt);
+    return found == std::end(kSpeeds) ? kNormalSpeed : int(found - std::begin(kSpeeds));
+}
 
 // One speed. Flat, so the style shows neither the mouse over it nor that it is the one in force.
 class SpeedButton : public QPushButton {
@@ -90,18 +118,8 @@ speedWind::speedWind(QWidget *parent)
 
     centerWidget = new QWidget;
     vlayout = new QVBoxLayout(this);
-    speed200 =
-        addButton(QStringLiteral("2.0x"), QStringLiteral("2.0倍速"), SLOT(speed200BtnClicked()));
-    speed150 =
-        addButton(QStringLiteral("1.5x"), QStringLiteral("1.5倍速"), SLOT(speed150BtnClicked()));
-    speed125 =
-        addButton(QStringLiteral("1.25x"), QStringLiteral("1.25倍速"), SLOT(speed125BtnClicked()));
-    speed100 =
-        addButton(QStringLiteral("1.0x"), QStringLiteral("原倍速"), SLOT(speed100BtnClicked()));
-    speed075 =
-        addButton(QStringLiteral("0.75x"), QStringLiteral("0.75倍速"), SLOT(speed075BtnClicked()));
-    speed050 =
-        addButton(QStringLiteral("0.5x"), QStringLiteral("0.5倍速"), SLOT(speed050BtnClicked()));
+    for (int code = int(std::size(kSpeeds)) - 1; code >= 0; --code)
+        addButton(code);
 
     installEventFilter(this);
     setFocusPolicy(Qt::NoFocus);
@@ -109,14 +127,14 @@ speedWind::speedWind(QWidget *parent)
 
 speedWind::~speedWind() { delete centerWidget; }
 
-QPushButton *speedWind::addButton(const QString &text, const QString &toolTip, const char *slot)
+void speedWind::addButton(int code)
 {
-    auto *button = new SpeedButton(text, this);
-    button->setToolTip(toolTip);
+    auto *button = new SpeedButton(kSpeeds[code].text, this);
+    button->setToolTip(kSpeeds[code].toolTip);
     button->setFlat(true);
     vlayout->addWidget(button);
-    connect(button, SIGNAL(clicked()), this, slot);
-    return button;
+    connect(button, SIGNAL(clicked()), this, kButtons[code].slot);
+    this->*kButtons[code].member = button;
 }
 
 void speedWind::toggleAtCursor(int speedCode)
@@ -129,30 +147,14 @@ void speedWind::toggleAtCursor(int speedCode)
     }
 
     move(position);
-    QPushButton *inForce = buttonOf(speedCode);
-    for (QPushButton *button : {speed050, speed075, speed100, speed125, speed150, speed200})
-        static_cast<SpeedButton *>(button)->setInForce(button == inForce);
+    const bool known = speedCode >= 0 && speedCode < int(std::size(kButtons));
+    QPushButton *inForce = this->*kButtons[known ? speedCode : kNormalSpeed].member;
+    for (const auto &button : kButtons)
+        static_cast<SpeedButton *>(this->*button.member)
+            ->setInForce(this->*button.member == inForce);
     inForce->setFocus();
     state = 1;
     show();
-}
-
-QPushButton *speedWind::buttonOf(int speedCode) const
-{
-    switch (speedCode) {
-    case 0:
-        return speed050;
-    case 1:
-        return speed075;
-    case 3:
-        return speed125;
-    case 4:
-        return speed150;
-    case 5:
-        return speed200;
-    default:
-        return speed100;
-    }
 }
 
 // What asks the pop-up to repaint a button ends in its filter like every other event, so the
@@ -169,25 +171,25 @@ void speedWind::dismiss()
     hide();
 }
 
-void speedWind::choose(int percent)
+void speedWind::choose(int code)
 {
-    speed = percent;
+    speed = kSpeeds[code].percent;
     emit changeSpeed(speed);
     qDebug() << "Send change speed signal";
     dismiss();
 }
 
-void speedWind::speed050BtnClicked() { choose(50); }
+void speedWind::speed050BtnClicked() { choose(0); }
 
-void speedWind::speed075BtnClicked() { choose(75); }
+void speedWind::speed075BtnClicked() { choose(1); }
 
-void speedWind::speed100BtnClicked() { choose(100); }
+void speedWind::speed100BtnClicked() { choose(2); }
 
-void speedWind::speed125BtnClicked() { choose(125); }
+void speedWind::speed125BtnClicked() { choose(3); }
 
-void speedWind::speed150BtnClicked() { choose(150); }
+void speedWind::speed150BtnClicked() { choose(4); }
 
-void speedWind::speed200BtnClicked() { choose(200); }
+void speedWind::speed200BtnClicked() { choose(5); }
 
 // Closing once more is refused by the toolkit while a close is under way: intended.
 void speedWind::closeEvent(QCloseEvent *) { close(); }

@@ -6,6 +6,17 @@
 class QPushButton;
 class QVBoxLayout;
 
+// The speeds there are; their codes are the places in this table.
+struct PlaySpeed {
+    int percent;
+    const char *text;
+    const char *toolTip;
+};
+extern const PlaySpeed kSpeeds[6];
+constexpr int kNormalSpeed = 2;
+// The code of a speed in percent; that of the normal one for any there is not.
+int speedCode(int percent);
+
 class speedWind : public QDialog {
     Q_OBJECT
 
@@ -51,7 +62,6 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    QPushButton *buttonOf(int speedCode) const;
-    QPushButton *addButton(const QString &text, const QString &toolTip, const char *slot);
-    void choose(int percent);
+    void addButton(int code);
+    void choose(int code);
 };

@@ -1,3 +1,4 @@
+#include "clocktext.h"
 #include "common.h"
 #include "enginecommands.h"
 #include "testsupport.h"

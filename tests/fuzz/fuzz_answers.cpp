@@ -1,4 +1,5 @@
 // The engine's output lines, and the labels made of them.
+#include "clocktext.h"
 #include "enginecommands.h"
 #include "fuzzing.h"
 
@@ -26,7 +27,7 @@ bool isOrdinary(const std::string &number)
 
 void checkLabel(int seconds)
 {
-    const QStringList parts = enginecommands::clockText(seconds).split(':');
+    const QStringList parts = clockText(seconds).split(':');
     require(parts.size() == 3, "a label has hours, minutes and seconds");
     for (const QString &part : parts)
         require(part.size() >= 2, "each has two digits at least");

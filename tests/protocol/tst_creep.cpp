@@ -3,7 +3,7 @@
 #include "common.h"
 #include "delayset.h"
 #include "enginebench.h"
-#include "engineprocess.h"
+#include "engine.h"
 #include "longform.h"
 #include "ownprocess.h"
 #include "playorder.h"

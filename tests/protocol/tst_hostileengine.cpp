@@ -4,7 +4,7 @@
 #include "common.h"
 #include "enginebench.h"
 #include "enginecommands.h"
-#include "engineprocess.h"
+#include "engine.h"
 #include "heartbeat.h"
 #include "longform.h"
 #include "ownprocess.h"

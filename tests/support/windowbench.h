@@ -8,7 +8,7 @@
 
 #include "common.h"
 #include "enginebench.h"
-#include "engineprocess.h"
+#include "engine.h"
 #include "testsupport.h"
 #include "testwindow.h"
 

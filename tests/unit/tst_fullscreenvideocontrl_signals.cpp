@@ -2,7 +2,7 @@
 #include "fullscreenbar.h"
 
 #include "common.h"
-#include "engineprocess.h"
+#include "engine.h"
 #include "testsupport.h"
 
 class TestFullScreenVideoControlSignals : public QObject {

@@ -1,7 +1,7 @@
 // Which signal of which companion reaches which slot of the main window, and that each does so
 // once.
 #include "common.h"
-#include "engineprocess.h"
+#include "engine.h"
 #include "fullscreenbar.h"
 #include "testsupport.h"
 #include "testwindow.h"

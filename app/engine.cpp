@@ -1,4 +1,4 @@
-#include "engineprocess.h"
+#include "engine.h"
 
 #include "enginecommands.h"
 #include "state.h"
@@ -6,6 +6,11 @@
 #include <csignal>
 #include <sys/prctl.h>
 #include <unistd.h>
+
+namespace {
+constexpr int kStartTimeout = 30000; // ms
+constexpr qint64 kUnreadLimit = 1 << 18;
+} // namespace
 
 EngineProcess::EngineProcess(QObject *parent)
     : QProcess(parent)
@@ -24,11 +29,41 @@ void EngineProcess::setupChildProcess()
         _exit(1);
 }
 
+void makeEngine() { playinglist.process_mplayer = new EngineProcess; }
+
+void discardEngine()
+{
+    QProcess *process = playinglist.process_mplayer;
+    playinglist.process_mplayer = nullptr;
+    process->disconnect();
+    if (process->state() != QProcess::NotRunning)
+        process->kill();
+    process->close();
+    delete process;
+}
+
+const QProcess *engineProcess() { return playinglist.process_mplayer; }
+
+bool startEngine(const QString &program, const QStringList &arguments)
+{
+    QProcess *process = playinglist.process_mplayer;
+    process->start(program, arguments, QIODevice::ReadWrite);
+    return process->waitForStarted(kStartTimeout);
+}
+
 bool engineRuns()
 {
     const QProcess *process = playinglist.process_mplayer;
     return process && process->state() != QProcess::NotRunning;
 }
+
+bool engineEndedWell()
+{
+    const QProcess *process = playinglist.process_mplayer;
+    return process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0;
+}
+
+bool engineHasLine() { return playinglist.process_mplayer->canReadLine(); }
 
 QByteArray readEngineLine()
 {
@@ -44,6 +79,12 @@ QByteArray readEngineLine()
     return line;
 }
 
+void limitUnreadOutput()
+{
+    if (playinglist.process_mplayer->bytesAvailable() > kUnreadLimit)
+        playinglist.process_mplayer->readAll();
+}
+
 void writeToEngine(const QByteArray &command)
 {
     QProcess *process = playinglist.process_mplayer;
@@ -53,12 +94,17 @@ void writeToEngine(const QByteArray &command)
 
 void quitEngine()
 {
+    writeToEngine(enginecommands::quit);
+    killEngine();
+}
+
+void killEngine()
+{
     QProcess *process = playinglist.process_mplayer;
     if (!process)
         return;
-    writeToEngine(enginecommands::quit);
     process->kill();
     process->close();
 }
 
-#include "moc_engineprocess.cpp"
+#include "moc_engine.cpp"

@@ -1,6 +1,6 @@
 #include "common.h"
 #include "enginecommands.h"
-#include "engineprocess.h"
+#include "engine.h"
 #include "testsupport.h"
 
 #include <QtTest>

@@ -339,6 +339,12 @@ void FullScreenVideoControl::hideWithSpeedWindow()
     sw->dismiss();
 }
 
+void FullScreenVideoControl::hideForLayout()
+{
+    hide();
+    sw->dismiss();
+}
+
 bool FullScreenVideoControl::eventFilter(QObject *watched, QEvent *event)
 {
     // The clock's place is the corner. The layout puts it elsewhere whenever a text has changed.

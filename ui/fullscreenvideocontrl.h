@@ -76,6 +76,8 @@ public:
     // Hides the bar and clears its state.
     void hideBar(); // the speed pop-up is left as it is
     void hideWithSpeedWindow();
+    // The state stays: intended.
+    void hideForLayout();
 
 signals:
     void mouseHide();

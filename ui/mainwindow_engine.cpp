@@ -109,6 +109,8 @@ void MainWindow::playOrPause()
     if (phase == Starting)
         return;
     personActs();
+    if (addrNum <= 0)
+        return;
     if (playinglist.state == 0)
         play(playinglist.addrIndex);
     else if (playingState)
@@ -131,7 +133,7 @@ void MainWindow::play(int index)
 // them stays as it is: intended.
 void MainWindow::start(bool afterAnEnd)
 {
-    if (addrNum <= 0)
+    if (addrNum <= 0 || isEnding())
         return;
     // The index is stale after the last entry was played through or an entry was deleted.
     if (playinglist.addrIndex < 0 || playinglist.addrIndex >= addrNum)
@@ -167,7 +169,7 @@ void MainWindow::pause()
 
 void MainWindow::resume()
 {
-    if (playinglist.state == 0 || playingState || addrNum <= 0)
+    if (playinglist.state == 0 || playingState)
         return;
     playingState = true;
     processTimer->start(kPollInterval);

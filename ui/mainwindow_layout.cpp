@@ -18,7 +18,7 @@ void MainWindow::resizeEvent(QResizeEvent *event)
     QMainWindow::resizeEvent(event);
     if (fullScreenFlag || !m_titleBar || !listWidget || !fsvc || !sw)
         return;
-    fsvc->hideWithSpeedWindow();
+    fsvc->hideForLayout();
     sw->dismiss();
 
     layOutPlayArea();

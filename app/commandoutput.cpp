@@ -9,9 +9,11 @@
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 int companyAfter = 10000;
@@ -89,6 +91,7 @@ private:
 struct ShellStart {
     const char *command;
     int output;
+    int messages; // -1: the player's own
     int leash;
     pid_t starter;
     sigset_t signalMask; // the mask it begins with
@@ -115,15 +118,17 @@ struct ShellStart {
     sigaction(SIGTTOU, &ignored, nullptr);
 
     dup2(start.output, STDOUT_FILENO);
+    if (start.messages >= 0)
+        dup2(start.messages, STDERR_FILENO);
     sigprocmask(SIG_SETMASK, &start.signalMask, nullptr);
     execl("/bin/sh", "sh", "-c", start.command, nullptr);
     _exit(127);
 }
 
 // The shell's process id, or -1.
-pid_t startShell(const QByteArray &command, int output, int leash)
+pid_t startShell(const QByteArray &command, int output, int messages, int leash)
 {
-    ShellStart start = {command.constData(), output, leash, getpid(), {}};
+    ShellStart start = {command.constData(), output, messages, leash, getpid(), {}};
     sigset_t all;
     sigfillset(&all);
     // A handler that ran in the child would write into the player's memory.
@@ -183,35 +188,96 @@ void killAll(pid_t shell, int shellEnd)
 
 } // namespace
 
-CommandResult runCommand(const QByteArray &command, MakeCompany makeCompany)
-{
-    CommandResult result;
+struct RunningCommand::Shell {
     Pipe output;
     Pipe leash;
-    if (!output.isOpen() || !leash.isOpen())
-        return result;
-    const pid_t shell = startShell(command, output.writing(), leash.reading());
-    if (shell < 0)
-        return result;
-    output.closeWriting();
+    int messages = -1; // a file in memory, or the player's own standard error
+    off_t told = 0; // bytes of it
+    pid_t process = -1;
+    int end = -1;
 
+    explicit Shell(Messages when)
+    {
+        if (when == MessagesWhenAwaited)
+            messages = memfd_create("messages", MFD_CLOEXEC);
+    }
+    ~Shell()
+    {
+        for (const int descriptor : {messages, end}) {
+            if (descriptor >= 0)
+                close(descriptor);
+        }
+    }
+    Shell(const Shell &) = delete;
+    Shell &operator=(const Shell &) = delete;
+
+    // Passes on what it has said since.
+    void tellMessages()
+    {
+        char bytes[4096];
+        for (;;) {
+            const ssize_t length = messages < 0 ? 0 : pread(messages, bytes, sizeof bytes, told);
+            if (length <= 0)
+                return;
+            told += length;
+            if (write(STDERR_FILENO, bytes, static_cast<size_t>(length)) != length)
+                return; // nobody listens
+        }
+    }
+};
+
+RunningCommand::RunningCommand(const QByteArray &command, Messages messages)
+    : shell(new Shell(messages))
+{
+    if (!shell->output.isOpen() || !shell->leash.isOpen())
+        return;
+    shell->process =
+        startShell(command, shell->output.writing(), shell->messages, shell->leash.reading());
+    if (shell->process < 0)
+        return;
+    shell->output.closeWriting();
+    shell->end = endOf(shell->process);
+}
+
+RunningCommand::~RunningCommand()
+{
+    if (shell->process >= 0)
+        killAll(shell->process, shell->end);
+}
+
+bool RunningCommand::hasEnded() const
+{
+    pollfd watched = {shell->end, POLLIN, 0};
+    return shell->process < 0 || (shell->end >= 0 && poll(&watched, 1, 0) > 0);
+}
+
+CommandResult RunningCommand::wait(MakeCompany makeCompany)
+{
+    CommandResult result;
+    const pid_t process = std::exchange(shell->process, -1);
+    if (process < 0)
+        return result;
+    shell->tellMessages();
     Patience patience(makeCompany);
-    const int shellEnd = endOf(shell);
-    result.givenUp = !readOutput(output.reading(), patience, result.output);
-    output.closeReading();
+    result.givenUp = !readOutput(shell->output.reading(), patience, result.output);
+    shell->output.closeReading();
     // How the command ends tells nothing that its output doesn't, but only then is it over.
-    if (!result.givenUp && shellEnd >= 0)
-        result.givenUp = !patience.awaitReadable(shellEnd);
+    if (!result.givenUp && shell->end >= 0)
+        result.givenUp = !patience.awaitReadable(shell->end);
     if (result.givenUp) {
-        killAll(shell, shellEnd);
+        killAll(process, shell->end);
         result.output.clear();
     } else {
-        reap(shell);
-        fcntl(leash.reading(), F_SETOWN, 0); // what it has left running on purpose runs on
+        reap(process);
+        fcntl(shell->leash.reading(), F_SETOWN, 0); // what it has left running on purpose runs on
     }
-    if (shellEnd >= 0)
-        close(shellEnd);
+    shell->tellMessages();
     return result;
+}
+
+CommandResult runCommand(const QByteArray &command, MakeCompany makeCompany)
+{
+    return RunningCommand(command).wait(makeCompany);
 }
 
 QByteArray readCommandOutput(const QByteArray &command) { return runCommand(command).output; }

@@ -25,9 +25,25 @@ struct CommandResult {
     bool givenUp = false; // by its company, or because a signal asks the player to end
 };
 
-// Runs command in a shell, blocking, and gives the beginning of its output. One that can't be
-// started gives none, nor does one that was given up: that is killed with all that it has started,
-// as it is when the player dies.
+// A command in a shell, started when this is made. It is killed with all that it has started when
+// this goes before the command has been waited for, and when the player dies.
+class RunningCommand {
+public:
+    enum Messages { MessagesAtOnce, MessagesWhenAwaited }; // what it writes to the standard error
+    explicit RunningCommand(const QByteArray &command, Messages messages = MessagesAtOnce);
+    ~RunningCommand();
+
+    bool hasEnded() const;
+    // Blocks until it has ended, and gives the beginning of its output. One that can't be started
+    // gives none, nor does one that was given up, which is killed.
+    CommandResult wait(MakeCompany makeCompany = nullptr);
+
+private:
+    struct Shell;
+    std::unique_ptr<Shell> shell;
+};
+
+// Runs command likewise, blocking.
 CommandResult runCommand(const QByteArray &command, MakeCompany makeCompany = nullptr);
 
 // Likewise, the output alone.

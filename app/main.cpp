@@ -8,6 +8,8 @@
 
 #include <QApplication>
 
+#include <clocale>
+
 namespace {
 
 void setUnlessChosen(const char *variable, const char *value)
@@ -30,15 +32,23 @@ void choosePlatform()
 int main(int argc, char *argv[])
 {
     choosePlatform();
+    startPath = "/opt/apps/com.quelmark.player";
+    // As the application object does it; what names mean hangs on it.
+    setlocale(LC_ALL, "");
+    // The probe needs no window, and the window's construction not yet the probe.
+    const bool early = filesComeFirst(argc, argv);
+    if (early)
+        probeAhead(commandLineFiles(argc, argv));
     QApplication application(argc, argv);
     setUpApplicationLooks();
-    startPath = "/opt/apps/com.quelmark.player";
     storeCommandLineLocations(argc, argv);
     getDefaultConfig();
     if (!passFirstStart()) {
         showNotice(QStringLiteral("系统暂不支持硬解码!"));
         fallBackToSoftwareDecoding();
     }
+    if (!early)
+        probeAhead(commandLineFiles(argc, argv));
     readJsonConfig(defaultPlayPath);
 
     TerminationNotifier termination;

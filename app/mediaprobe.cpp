@@ -9,16 +9,27 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
+#include <QThread>
 
 #include <algorithm>
 #include <cstring>
+#include <deque>
+#include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
 
 constexpr size_t kProbeTextLimit = kProbeBufferSize - 1;
 static_assert(kProbeTextLimit == kCommandOutputLimit);
+constexpr int kManyFiles = 16;
 bool givenUp = false; // the last probe was
+
+struct ProbeAhead {
+    QByteArray command;
+    std::unique_ptr<RunningCommand> run; // empty while it waits for others
+};
+std::deque<ProbeAhead> probesAhead; // in the order of their files
 
 constexpr char kShellSigns[] = "\"\\$`"; // what a POSIX shell interprets between double quotes
 
@@ -32,6 +43,30 @@ QByteArray shellBytes(const QString &command)
             return QByteArray();
     }
     return bytes;
+}
+
+void startProbesAhead()
+{
+    int running = 0;
+    for (ProbeAhead &probe : probesAhead) {
+        if (running >= QThread::idealThreadCount())
+            return;
+        if (!probe.run)
+            probe.run = std::make_unique<RunningCommand>(probe.command,
+                                                         RunningCommand::MessagesWhenAwaited);
+        if (!probe.run->hasEnded())
+            ++running;
+    }
+}
+
+CommandResult runProbe(const QByteArray &command, MakeCompany makeCompany)
+{
+    if (probesAhead.empty() || probesAhead.front().command != command)
+        return runCommand(command, makeCompany);
+    const std::unique_ptr<RunningCommand> probe = std::move(probesAhead.front().run);
+    probesAhead.pop_front();
+    startProbesAhead(); // beside the one that is waited for
+    return probe->wait(makeCompany);
 }
 
 int codecCode(const QString &name)
@@ -177,7 +212,7 @@ bool probeMedia(const QString &file, MakeCompany makeCompany)
     CommandResult result;
     if (!command.isEmpty()) {
         qDebug() << command.constData();
-        result = runCommand(command, makeCompany);
+        result = runProbe(command, makeCompany);
     }
     givenUp = result.givenUp;
 
@@ -189,5 +224,18 @@ bool probeMedia(const QString &file, MakeCompany makeCompany)
     AnalyseToken(raw.data(), filtered.data());
     return readConfigFromBuffer(filtered.data()) == 0;
 }
+
+void probeAhead(const QStringList &files)
+{
+    const int count = files.size() > kManyFiles ? files.size() : qMin(1, files.size());
+    for (const QString &file : files.mid(0, count)) {
+        const QByteArray command = shellBytes(probeCommand(file));
+        if (!command.isEmpty()) // one that can't be probed is refused when it is asked for
+            probesAhead.push_back({command, nullptr});
+    }
+    startProbesAhead();
+}
+
+void endProbesAhead() { probesAhead.clear(); }
 
 bool probeWasGivenUp() { return givenUp; }

@@ -1,10 +1,11 @@
 // Describes media through the external ffprobe. The filter and the parser are plain functions; the
-// one place that starts the tool is probeMedia().
+// tool is started by probeMedia() and, before its turn, by probeAhead().
 #pragma once
 
 #include "commandoutput.h"
 
 #include <QString>
+#include <QStringList>
 
 constexpr int kProbeBufferSize = 9999; // bytes, the last one is always the terminator
 
@@ -26,6 +27,13 @@ int readConfigFromBuffer(char *text);
 // Probes file (blocking) and fills the global videoInfo. True when the media is accepted; media
 // whose description is longer than what is read are refused by that, intended.
 bool probeMedia(const QString &file, MakeCompany makeCompany = nullptr);
+
+// Starts probing files that will be asked for next, in this order, and blocks nobody: the first
+// one, or with more than 16 as many at once as there are processors. probeMedia() then takes what
+// was found, waiting for what is left. Their messages come when they are asked for.
+void probeAhead(const QStringList &files);
+// Ends those that were not asked for.
+void endProbesAhead();
 
 // The last probe was ended before it answered, by the person or by a signal: no news to anybody.
 bool probeWasGivenUp();

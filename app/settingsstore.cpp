@@ -34,12 +34,16 @@ int numberOf(const QSettings &settings, SettingSelector selector)
     return settings.value(kKeys[selector]).toInt();
 }
 
+int decodeModeOf(const QSettings &settings)
+{
+    const int mode = numberOf(settings, SettingDecodeFlag);
+    return mode < DecodeSingle || mode > DecodeHardware ? int(DecodeHardware) : mode;
+}
+
 void loadSettings(const QSettings &settings)
 {
     defaultPlayPath = textOf(settings, SettingRecordFile);
-    decodeFlag = numberOf(settings, SettingDecodeFlag);
-    if (decodeFlag < DecodeSingle || decodeFlag > DecodeHardware)
-        decodeFlag = DecodeHardware;
+    decodeFlag = decodeModeOf(settings);
     firstStartFlag = numberOf(settings, SettingFirstStart);
     defaultVolum = numberOf(settings, SettingDefaultVolum);
     lastTimePlayFlag = numberOf(settings, SettingDefaultLastTime) != 0;
@@ -66,6 +70,12 @@ void getDefaultConfig()
     loadSettings(QSettings(settingsFile(), QSettings::IniFormat));
     if (defaultPlayPath.isEmpty())
         setDefaultConfig(standardHistoryFile(), SettingRecordFile);
+}
+
+bool firstStartRunsSomething()
+{
+    const QSettings settings(settingsFile(), QSettings::IniFormat);
+    return numberOf(settings, SettingFirstStart) != 0 && decodeModeOf(settings) == DecodeHardware;
 }
 
 void setDefaultConfig(QString value, int selector)

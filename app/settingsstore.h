@@ -23,6 +23,10 @@ enum SettingSelector {
 // reported. An empty history path is repaired and stored.
 void getDefaultConfig();
 
+// Whether the settings ask for what a first start runs: hardware decoding that nobody has checked.
+// Changes nothing.
+bool firstStartRunsSomething();
+
 // Stores value under the key of selector and flushes. A selector outside 0..10 stores nothing.
 // Selector 0 also sets defaultPlayPath. A failed write is silent.
 void setDefaultConfig(QString value, int selector);

@@ -1,5 +1,6 @@
 #include "startup.h"
 
+#include "addresses.h"
 #include "mediaprobe.h"
 #include "settingsstore.h"
 #include "state.h"
@@ -7,6 +8,31 @@
 #include <QDebug>
 #include <QStringList>
 #include <QUrl>
+
+#include <algorithm>
+
+static QUrl urlOf(const char *argument)
+{
+    return QUrl(QString::fromLocal8Bit(argument), QUrl::TolerantMode);
+}
+
+QStringList commandLineFiles(int argc, char *argv[])
+{
+    QStringList files;
+    for (int i = 1; i < qMin(argc, kCommandLineSlots); ++i) {
+        const QString location = urlOf(argv[i]).toString();
+        if (location.isEmpty())
+            break;
+        files << checkInputFileName(location);
+    }
+    return files;
+}
+
+bool filesComeFirst(int argc, char *argv[])
+{
+    const auto isOption = [](const char *argument) { return argument[0] == '-'; };
+    return argc > 1 && std::none_of(argv + 1, argv + argc, isOption) && !firstStartRunsSomething();
+}
 
 void storeCommandLineLocations(int argc, char *argv[])
 {
@@ -17,7 +43,7 @@ void storeCommandLineLocations(int argc, char *argv[])
     // What is no URL becomes an empty text, which ends the list: intended.
     for (int i = 1; i < argc; ++i) {
         // Never released: intended, bounded by the number of slots.
-        const QUrl *url = new QUrl(QString::fromLocal8Bit(argv[i]), QUrl::TolerantMode);
+        const QUrl *url = new QUrl(urlOf(argv[i]));
         rBtnOpenFile[i - 1] = url->toString();
     }
 }

@@ -2,6 +2,15 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
+
+// What the window will open of a command line, at most 98 names, up to the first that is empty.
+// Needs the locale, and takes the arguments as the application object leaves them.
+QStringList commandLineFiles(int argc, char *argv[]);
+
+// Whether the application object takes nothing from the arguments, and passFirstStart() has nothing
+// to run or to ask: then nothing comes before the files. Writes and reports nothing.
+bool filesComeFirst(int argc, char *argv[]);
 
 // Empties rBtnOpenFile and stores the command line's locations in it, at most 98, so that the last
 // slot always ends the list. Takes the arguments as they are after the application object has

@@ -2,15 +2,18 @@
 #include "common.h"
 #include "mediaprobe.h"
 #include "proberecord.h"
+#include "processes.h"
 #include "testsupport.h"
 
 #include <QDir>
 #include <QTextCodec>
+#include <QThread>
 #include <QtTest>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace {
@@ -28,7 +31,9 @@ public:
         setAnswer("{\n    \"streams\": [\n    ]\n}\n");
         const QString program = dir.filePath("bin/ffprobe");
         writeFile(program,
-                  "#!/bin/sh\nprintf '%s\\0' \"$@\" >>\"$PROBE_LOG\"\ncat \"$PROBE_ANSWER\"\n");
+                  "#!/bin/sh\nprintf '%s\\0' \"$@\" >>\"$PROBE_LOG\"\n"
+                  "while [ -e \"$PROBE_ANSWER.held\" ]; do sleep 0.01; done\n"
+                  "cat \"$PROBE_ANSWER\"\n");
         QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QDir(dir.path()).mkdir("work");
         QDir::setCurrent(dir.filePath("work"));
@@ -45,6 +50,30 @@ public:
         all.removeLast();
         QFile::remove(path);
         return all;
+    }
+
+    bool wasCalled() const { return QFile::exists(dir.filePath("arguments")); }
+
+    // The files it was called with since the last call of arguments() or of this.
+    QByteArrayList files()
+    {
+        QByteArrayList all;
+        const QList<QByteArray> words = arguments();
+        for (int i = 3; i < words.size(); i += 4)
+            all << words.at(i);
+        return all;
+    }
+
+    // From now on it answers only when it may go on.
+    void holdUp() { writeFile(dir.filePath("answer.held"), "1"); }
+    void goOn() { QFile::remove(dir.filePath("answer.held")); }
+    int running() const
+    {
+        const QByteArray mark = "PROBE_LOG=" + QFile::encodeName(dir.filePath("arguments"));
+        const QList<qint64> all = Processes::withEnvironment(mark);
+        return int(std::count_if(all.begin(), all.end(), [](qint64 process) {
+            return Processes::arguments(process).value(1).endsWith("/ffprobe");
+        }));
     }
 
     QStringList strayFiles() const
@@ -131,6 +160,12 @@ private slots:
     void refusedOutputs_data();
     void refusedOutputs();
     void longOutputIsRefused();
+
+    void aheadIsTakenOnce();
+    void aheadOfFewIsTheFirst();
+    void aheadOfManyAsManyAsProcessors();
+    void aheadOfOthers();
+    void aheadAndNotAskedFor();
 };
 
 void TestMediaProbe::commandOfOrdinaryNames_data()
@@ -360,6 +395,89 @@ void TestMediaProbe::longOutputIsRefused()
     QVERIFY(probeMedia("/a.mp4")); // only the last line feed is lost, and comes back
     stub.setAnswer(head + QByteArray(10000 - head.size() - tail.size(), 'x') + tail);
     QVERIFY(!probeMedia("/a.mp4"));
+}
+
+void TestMediaProbe::aheadIsTakenOnce()
+{
+    StubProbe stub;
+    stub.setAnswer("{\n\"streams\": [\n{ \"codec_type\": \"video\", \"width\": 640 }\n]\n}\n");
+    LogCapture log;
+    probeAhead({"/a b.mp4"});
+    QTRY_VERIFY(stub.wasCalled());
+    QCOMPARE(log.lines(), QStringList());
+    QCOMPARE(videoInfo.width, 0);
+    QVERIFY(probeMedia("/a b.mp4"));
+    QCOMPARE(log.lines().value(0), QString("ffprobe -of json -show_streams \"/a b.mp4\""));
+    QCOMPARE(videoInfo.width, 640);
+    QCOMPARE(stub.files(), QByteArrayList{"/a b.mp4"});
+    QVERIFY(probeMedia("/a b.mp4"));
+    QCOMPARE(stub.files(), QByteArrayList{"/a b.mp4"});
+}
+
+void TestMediaProbe::aheadOfFewIsTheFirst()
+{
+    StubProbe stub;
+    QStringList files;
+    QByteArrayList names;
+    for (int i = 0; i < 16; i++) {
+        files << QString("/%1.mp4").arg(i);
+        names << files.last().toUtf8();
+    }
+    probeAhead(files);
+    QVERIFY(probeMedia(files[0]));
+    QCOMPARE(stub.files(), QByteArrayList{"/0.mp4"});
+    for (const QString &file : files.mid(1))
+        QVERIFY(probeMedia(file));
+    QCOMPARE(stub.files(), names.mid(1));
+}
+
+void TestMediaProbe::aheadOfManyAsManyAsProcessors()
+{
+    StubProbe stub;
+    stub.holdUp();
+    QStringList files;
+    QByteArrayList names;
+    for (int i = 0; i < 17; i++) {
+        files << QString("/%1.mp4").arg(i);
+        names << files.last().toUtf8();
+    }
+    const int atOnce = qMin(QThread::idealThreadCount(), 17);
+    probeAhead(files);
+    QTRY_COMPARE(stub.running(), atOnce);
+    QTest::qWait(100); // for one too many
+    QCOMPARE(stub.running(), atOnce);
+    stub.goOn();
+    for (const QString &file : qAsConst(files))
+        QVERIFY(probeMedia(file));
+    QByteArrayList called = stub.files();
+    std::sort(called.begin(), called.end());
+    std::sort(names.begin(), names.end());
+    QCOMPARE(called, names); // each once
+}
+
+// What is asked for in between is probed as ever, and takes nothing away.
+void TestMediaProbe::aheadOfOthers()
+{
+    StubProbe stub;
+    probeAhead({"/a.mp4"});
+    QTRY_VERIFY(stub.wasCalled());
+    QVERIFY(probeMedia("/b.mp4"));
+    QVERIFY(probeMedia("/a.mp4"));
+    QCOMPARE(stub.files(), (QByteArrayList{"/a.mp4", "/b.mp4"}));
+}
+
+void TestMediaProbe::aheadAndNotAskedFor()
+{
+    StubProbe stub;
+    stub.holdUp();
+    probeAhead({"/a.mp4"});
+    QTRY_COMPARE(stub.running(), 1);
+    endProbesAhead();
+    QTRY_COMPARE(stub.running(), 0);
+    QCOMPARE(waitpid(-1, nullptr, WNOHANG), pid_t(-1));
+    stub.goOn();
+    QVERIFY(probeMedia("/a.mp4"));
+    QCOMPARE(stub.files(), (QByteArrayList{"/a.mp4", "/a.mp4"}));
 }
 
 QTEST_GUILESS_MAIN(TestMediaProbe)

@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QLabel>
+#include <QLocalServer>
 #include <QMessageBox>
 #include <QRegularExpression>
 #include <QTest>
@@ -35,6 +36,7 @@ private slots:
     void startsAndClosesAgainAndAgain();
     void closingEmptiesTheList();
     void closingWithoutAHistoryFile();
+    void probesBeforeTheScreenAnswers();
 };
 
 namespace {
@@ -378,6 +380,31 @@ void TestStartup::closingWithoutAHistoryFile()
     QCOMPARE(player.exitCode(), 0);
     QVERIFY(player.log().contains("Json File open fail! 1692"));
     QCOMPARE(player.setting("default_volum"), QStringLiteral("42"));
+}
+
+// An X server that takes the connection and then says nothing holds up everything but the probe,
+// which dies with the player.
+void TestStartup::probesBeforeTheScreenAnswers()
+{
+    QLocalServer screen;
+    int number = 300;
+    while (!screen.listen("/tmp/.X11-unix/X" + QString::number(number)) && number < 400)
+        number++;
+    QVERIFY2(screen.isListening(), qPrintable(screen.errorString()));
+    StandInTools tools;
+    tools.setProbeDelay(1000000);
+    InstalledPlayer player;
+    player.standIn();
+    player.setConfig("[DEFAULT]\nfirst_start=0\ndecode_flag=1\n");
+    player.setEnvironment("DISPLAY", ":" + QString::number(number));
+    QVERIFY(player.start({"/f/a%20b.mp4"}));
+    QTRY_COMPARE_WITH_TIMEOUT(
+        tools.probeCalls(), (QList<QByteArrayList>{{"-of", "json", "-show_streams", "/f/a b.mp4"}}),
+        15000);
+    QVERIFY(!player.logContains("ffprobe"));
+    player.signal(SIGKILL);
+    QVERIFY(player.waitForEnd());
+    QTRY_COMPARE_WITH_TIMEOUT(player.processes(), QList<qint64>(), 15000);
 }
 
 QTEST_MAIN(TestStartup)

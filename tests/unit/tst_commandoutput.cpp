@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -66,6 +67,9 @@ private slots:
     void diesWithThePlayer();
     void backgroundRunsOn();
     void beginsAsThePlayerBegan();
+    void endedUnlessAwaited();
+    void runsOnItsOwn();
+    void messagesComeWhenAwaited();
 
 private:
     QScopedPointer<EnvironmentVariable> mark;
@@ -236,6 +240,55 @@ void TestCommandOutput::beginsAsThePlayerBegan()
     QCOMPARE(ignored(readCommandOutput("cat /proc/self/status")),
              ignored(readFile("/proc/self/status")) | halting);
     QCOMPARE(readCommandOutput("pwd").trimmed(), QDir::currentPath().toLocal8Bit());
+}
+
+void TestCommandOutput::endedUnlessAwaited()
+{
+    const int filesBefore = OwnProcess::openFiles();
+    {
+        const RunningCommand command("sleep 1000 & echo x; sleep 1000",
+                                     RunningCommand::MessagesWhenAwaited);
+        QTRY_COMPARE(marked().size(), 3);
+        QVERIFY(!command.hasEnded());
+    }
+    QTRY_COMPARE(marked(), QList<qint64>());
+    QVERIFY(hasNoChild());
+    QCOMPARE(OwnProcess::openFiles(), filesBefore);
+}
+
+// More than a pipe holds waits to be read, and holds nobody up afterwards.
+void TestCommandOutput::runsOnItsOwn()
+{
+    RunningCommand quick("echo x");
+    RunningCommand long_("yes | head -c 1000000");
+    QTRY_VERIFY(quick.hasEnded());
+    QCOMPARE(long_.wait().output.size(), kCommandOutputLimit);
+    const CommandResult result = quick.wait(makeCompany);
+    QCOMPARE(result.output, QByteArray("x\n"));
+    QVERIFY(!result.givenUp);
+    QCOMPARE(made, 0);
+    QVERIFY(hasNoChild());
+}
+
+void TestCommandOutput::messagesComeWhenAwaited()
+{
+    const QString path = dir.filePath("messages");
+    const int own = dup(STDERR_FILENO);
+    const int file = open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_APPEND, 0600);
+    dup2(file, STDERR_FILENO);
+    RunningCommand command("echo said >&2; echo x; yes | head -c 200000 >&2",
+                           RunningCommand::MessagesWhenAwaited);
+    const bool ended = QTest::qWaitFor([&] { return command.hasEnded(); }, kPromptly);
+    const QByteArray before = readFile(path);
+    const CommandResult result = command.wait();
+    dup2(own, STDERR_FILENO);
+    close(own);
+    close(file);
+    QVERIFY(ended);
+    QCOMPARE(before, QByteArray());
+    QCOMPARE(result.output, QByteArray("x\n"));
+    QCOMPARE(readFile(path).left(9), QByteArray("said\ny\ny\n"));
+    QCOMPARE(readFile(path).size(), 200005);
 }
 
 QTEST_GUILESS_MAIN(TestCommandOutput)

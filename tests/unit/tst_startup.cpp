@@ -29,6 +29,8 @@ public:
             pointers.append(text.data());
         pointers.append(nullptr);
     }
+    QStringList files() { return commandLineFiles(texts.size(), pointers.data()); }
+    bool filesFirst() { return filesComeFirst(texts.size(), pointers.data()); }
     void store() { storeCommandLineLocations(texts.size(), pointers.data()); }
 
 private:
@@ -78,6 +80,10 @@ private slots:
     void longPackageList();
     void noProcessIsLeft();
     void fallBack();
+    void filesOfTheCommandLine_data();
+    void filesOfTheCommandLine();
+    void whatComesBeforeTheFiles_data();
+    void whatComesBeforeTheFiles();
 
 private:
     void installPackageTool(const QByteArray &output);
@@ -387,6 +393,81 @@ void TestStartup::fallBack()
     fallBackToSoftwareDecoding();
     QCOMPARE(::decodeFlag, 1); // with threads, not the plain one
     QCOMPARE(readFile(root->configFile()), QByteArray("[DEFAULT]\ndecode_flag=1\nfirst_start=0\n"));
+}
+
+void TestStartup::filesOfTheCommandLine_data()
+{
+    QTest::addColumn<QList<QByteArray>>("arguments");
+    QTest::addColumn<QStringList>("files");
+    using Arguments = QList<QByteArray>;
+    QTest::newRow("none") << Arguments() << QStringList();
+    QTest::newRow("one") << Arguments{"/f/a.mp4"} << QStringList{"/f/a.mp4"};
+    QTest::newRow("an address and a name")
+        << Arguments{"rtsp://h/s?a=b", "b c.mp4"} << QStringList{"rtsp://h/s?a=b", "b c.mp4"};
+    QTest::newRow("decoded") << Arguments{"/f/%41%20b.mp4"} << QStringList{"/f/A b.mp4"};
+    QTest::newRow("nothing behind an empty one")
+        << Arguments{"a.mp4", "", "c.mp4"} << QStringList{"a.mp4"};
+    QTest::newRow("an empty one first") << Arguments{"", "c.mp4"} << QStringList();
+    Arguments many;
+    QStringList most;
+    for (int i = 0; i < 150; i++) {
+        many << QByteArray::number(i);
+        if (i < 98)
+            most << many.last();
+    }
+    QTest::newRow("too many") << many << most;
+}
+
+// What is read ahead is what the window then asks for.
+void TestStartup::filesOfTheCommandLine()
+{
+    QFETCH(QList<QByteArray>, arguments);
+    QFETCH(QStringList, files);
+    CommandLine line(arguments);
+    QCOMPARE(line.files(), files);
+    line.store();
+    QStringList asked;
+    for (const QString &location : storedLocations())
+        asked << checkInputFileName(location);
+    QCOMPARE(asked, files);
+}
+
+void TestStartup::whatComesBeforeTheFiles_data()
+{
+    QTest::addColumn<QList<QByteArray>>("arguments");
+    QTest::addColumn<QByteArray>("settings");
+    QTest::addColumn<bool>("filesFirst");
+    using Arguments = QList<QByteArray>;
+    const QByteArray later = "first_start=0\ndecode_flag=2\n";
+    QTest::newRow("a file") << Arguments{"a.mp4"} << later << true;
+    QTest::newRow("no file") << Arguments() << later << false;
+    QTest::newRow("an option first") << Arguments{"-style", "x", "a.mp4"} << later << false;
+    QTest::newRow("an option last") << Arguments{"a.mp4", "-x"} << later << false;
+    QTest::newRow("a minus inside") << Arguments{"a-b.mp4"} << later << true;
+    QTest::newRow("first start, hardware")
+        << Arguments{"a.mp4"} << QByteArray("first_start=1\ndecode_flag=2\n") << false;
+    QTest::newRow("first start, a mode that means hardware")
+        << Arguments{"a.mp4"} << QByteArray("first_start=1\ndecode_flag=7\n") << false;
+    QTest::newRow("first start, software")
+        << Arguments{"a.mp4"} << QByteArray("first_start=1\ndecode_flag=1\n") << true;
+    QTest::newRow("no settings") << Arguments{"a.mp4"} << QByteArray() << true;
+}
+
+void TestStartup::whatComesBeforeTheFiles()
+{
+    QFETCH(QList<QByteArray>, arguments);
+    QFETCH(QByteArray, settings);
+    QFETCH(bool, filesFirst);
+    if (!settings.isEmpty())
+        writeFile(root->configFile(), "[DEFAULT]\n" + settings);
+    const QByteArray before = readFile(root->configFile());
+    LogCapture log;
+    QCOMPARE(CommandLine(arguments).filesFirst(), filesFirst);
+    QCOMPARE(readFile(root->configFile()), before);
+    QCOMPARE(log.lines(), QStringList());
+    // As passFirstStart() would see it.
+    getDefaultConfig();
+    QVERIFY(!filesFirst || firstStartFlag == 0 || ::decodeFlag != DecodeHardware);
 }
 
 // Start-up's way from the command line to the list, printed.

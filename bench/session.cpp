@@ -2,6 +2,7 @@
 //
 //     bench-session PLAYER BARE_WINDOW STILL_CLIP MOVING_CLIP SHORT_CLIP RUNS
 //
+// SHORT_CLIP is known by 98 more names: SHORT_CLIP.0 to SHORT_CLIP.97.
 // What is quick is measured twice as often. The player's own folder of settings must be empty but
 // for config.ini. Prints rows of the table. STILL_CLIP is all lime, so that its first frame can be
 // told by one pixel.
@@ -10,6 +11,7 @@
 #include "figures.h"
 
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -21,6 +23,8 @@ namespace {
 constexpr int groundX = 400; // a place that both programs paint, and the engine doesn't
 constexpr int groundY = 640;
 constexpr double patience = 20000; // ms
+constexpr double longPatience = 200000; // ms
+constexpr int mostLocations = 98;
 constexpr double playingTime = 15000; // ms
 constexpr double memoryAfter = 10000; // ms
 constexpr double settlingTime = 2000; // ms
@@ -38,9 +42,9 @@ void sleepFor(double ms) { usleep(static_cast<useconds_t>(ms * 1000)); }
 }
 
 // Looks twice in a millisecond, which costs the measured program little.
-void waitUntil(const std::function<bool()> &condition, const char *otherwise)
+void waitUntil(const std::function<bool()> &condition, const char *otherwise, double ms = patience)
 {
-    const double end = milliseconds() + patience;
+    const double end = milliseconds() + ms;
     while (!condition()) {
         if (milliseconds() > end)
             giveUp(otherwise);
@@ -61,13 +65,15 @@ public:
     }
 
     void measureStart(int rounds);
+    void measureColdStart(int rounds);
+    void measureManyLocations(int rounds);
     void measurePlaying(int rounds);
     void measureStopped(int rounds);
 
 private:
     double timeToWindow(const Command &command);
     double timeToFrame();
-    double timeOfProbe() const;
+    double timeOfProbe(const std::string &clip) const;
     double timeOfBareEngine();
     void learnEngine();
     std::unique_ptr<ChildProcess> startPlaying(const std::string &clip) const;
@@ -170,10 +176,10 @@ double Session::timeToFrame()
     return took;
 }
 
-double Session::timeOfProbe() const
+double Session::timeOfProbe(const std::string &clip) const
 {
     const double began = milliseconds();
-    ChildProcess probe({"ffprobe", "-of", "json", "-show_streams", stillClip});
+    ChildProcess probe({"ffprobe", "-of", "json", "-show_streams", clip});
     probe.waitForEnd();
     return milliseconds() - began;
 }
@@ -197,6 +203,7 @@ void Session::measureStart(int rounds)
 {
     learnEngine();
     Samples bare;
+    Samples plain;
     Samples window;
     Samples sum;
     Samples frame;
@@ -204,23 +211,85 @@ void Session::measureStart(int rounds)
         waitForGround();
         const double bareTook = timeToWindow({bareWindow});
         waitForGround();
+        const double plainTook = timeToWindow({bareWindow, "plain"});
+        waitForGround();
         const double windowTook = timeToWindow({player});
         waitForGround();
-        const double together = bareTook + timeOfProbe() + timeOfBareEngine();
+        const double together = bareTook + timeOfProbe(stillClip) + timeOfBareEngine();
         waitForGround();
         const double frameTook = timeToFrame();
         if (i < 0)
             continue;
         bare.push_back(bareTook);
+        plain.push_back(plainTook);
         window.push_back(windowTook);
         sum.push_back(together);
         frame.push_back(frameTook);
     }
     printRatio("command to window painted, no file, beside a bare Qt window", window, bare, 1,
                " ms", "1.25");
+    printRatio("the same, beside a bare Qt window without OpenGL", window, plain, 1, " ms", "1.9");
     printRatio("command with a file to its first frame, beside bare Qt window + ffprobe + bare "
                "engine's first frame",
-               frame, sum, 1, " ms", "1.05");
+               frame, sum, 1, " ms", "0.85");
+}
+
+// Everything is read from the disk again. Only root can have that.
+void Session::measureColdStart(int rounds)
+{
+    const char name[] = "the same first frame with nothing in the system's caches";
+    const auto forget = [] {
+        sync();
+        std::ofstream caches("/proc/sys/vm/drop_caches");
+        return static_cast<bool>(caches << 3 << std::flush);
+    };
+    if (!forget()) {
+        printRow(std::string(name) + " (needs root)", "-", "-", "-", "0.80");
+        return;
+    }
+    Samples sum;
+    Samples frame;
+    for (int i = 0; i < rounds; i++) {
+        waitForGround();
+        forget();
+        double together = timeToWindow({bareWindow});
+        waitForGround();
+        forget();
+        together += timeOfProbe(stillClip);
+        forget();
+        together += timeOfBareEngine();
+        waitForGround();
+        forget();
+        frame.push_back(timeToFrame());
+        sum.push_back(together);
+    }
+    printRatio(name, frame, sum, 1, " ms", "0.80");
+}
+
+void Session::measureManyLocations(int rounds)
+{
+    Command command = {player};
+    for (int i = 0; i < mostLocations; i++)
+        command.push_back(shortClip + '.' + std::to_string(i));
+    Samples sum;
+    Samples window;
+    for (int i = 0; i < rounds; i++) {
+        double together = 0;
+        for (int location = 1; location <= mostLocations; location++)
+            together += timeOfProbe(command[static_cast<std::size_t>(location)]);
+        sum.push_back(together);
+        waitForGround();
+        unlink(historyFile);
+        const double began = milliseconds();
+        const ChildProcess program(command);
+        waitUntil([this] { return display.pixel(groundX, groundY) != ground; },
+                  "the window of many locations does not show", longPatience);
+        window.push_back(milliseconds() - began);
+        sleepFor(200);
+    }
+    waitForGround();
+    printRatio("command with 98 files to window painted, beside their probes one after the other",
+               window, sum, 0, " ms", "0.60");
 }
 
 void Session::measurePlaying(int rounds)
@@ -306,6 +375,8 @@ int main(int argc, char *argv[])
     Session session(argv);
     const int runs = std::atoi(argv[6]);
     session.measureStart(2 * runs + 1);
+    session.measureColdStart(runs);
+    session.measureManyLocations(3);
     session.measurePlaying(runs);
     session.measureStopped(runs);
     return 0;

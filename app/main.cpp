@@ -3,6 +3,7 @@
 #include "common.h"
 #include "dialogs.h"
 #include "mainwindow.h"
+#include "screenscale.h"
 #include "startup.h"
 #include "terminationnotifier.h"
 
@@ -39,6 +40,7 @@ int main(int argc, char *argv[])
     const bool early = filesComeFirst(argc, argv);
     if (early)
         probeAhead(commandLineFiles(argc, argv));
+    followScreenDensity();
     QApplication application(argc, argv);
     setUpApplicationLooks();
     storeCommandLineLocations(argc, argv);

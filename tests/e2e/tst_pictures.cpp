@@ -36,6 +36,11 @@ private:
     qulonglong named(const QString &title) const;
     void takeDialog(const QString &name, const QString &title) const;
 
+    // On a dense screen, or with a factor that the person has chosen.
+    const int density = qEnvironmentVariableIntValue("PLAYER_PICTURES_DENSITY");
+    const QByteArray factor = qgetenv("PLAYER_PICTURES_FACTOR");
+    const double scale = !factor.isEmpty() ? factor.toDouble() : density ? density / 96.0 : 1;
+    const int normalWidth = qRound(945 * scale);
     QString folder;
     QProcess compositor;
     QScopedPointer<InstalledPlayer> player;
@@ -60,8 +65,12 @@ QString film()
 
 void TestPictures::initTestCase()
 {
-    folder = QStringLiteral(BUILD_DIR "/pictures/");
+    folder = QStringLiteral(BUILD_DIR "/pictures%1%2/")
+                 .arg(density ? QStringLiteral("-%1").arg(density) : QString(),
+                      factor.isEmpty() ? QString() : "-x" + QString::fromLatin1(factor));
     QVERIFY(QDir().mkpath(folder));
+    if (density)
+        QVERIFY(Screen::setDensity(density));
     // Where there is one, half-transparent windows look as on a desktop.
     if (!QStandardPaths::findExecutable(QStringLiteral("xcompmgr")).isEmpty())
         compositor.start(QStringLiteral("setpriv"), {"--pdeathsig", "KILL", "xcompmgr"});
@@ -81,12 +90,14 @@ void TestPictures::begin()
     player->setConfig("[DEFAULT]\nfirst_start=0\ndefault_volum=45\ndecode_flag=0\n"
                       "default_last_time=1\n");
     player->setEnvironment("FC_LANG", "zh-cn"); // a Chinese desktop's choice of fonts
+    if (!factor.isEmpty())
+        player->setEnvironment("QT_SCALE_FACTOR", QString::fromLatin1(factor));
     QStringList locations;
     for (const char *name : {"城市夜景.mp4", "纪录片 第一集.mp4",
                              "一个名字很长很长的电影文件 1080p.mp4", "海边日落.mp4"})
         locations << Clips::copy(film(), player->home(), QString::fromUtf8(name));
     QVERIFY(player->start(locations));
-    hands.reset(new PlayerHands(*player));
+    hands.reset(new PlayerHands(*player, scale));
     QVERIFY(hands->takeHold());
     QVERIFY(hands->pictureMoves(20000));
     Screen::click(hands->timeAt(0.3), 2);
@@ -160,16 +171,16 @@ void TestPictures::mainWindow()
     hands->click(PlayerHands::Speed);
     QVERIFY(hands->waitForSpeeds());
     take("speed");
-    Screen::moveMouse(hands->at(PlayerHands::Speed) + QPoint(10, -300)); // 1.5x
+    Screen::moveMouse(hands->at(PlayerHands::Speed + QPoint(10, -300))); // 1.5x
     QTest::qWait(1500); // its tip comes
     take("speed-tip");
-    Screen::click(hands->at(PlayerHands::Speed) + QPoint(0, -182)); // 1.0x
+    Screen::click(hands->at(PlayerHands::Speed + QPoint(0, -182))); // 1.0x
     QVERIFY(hands->waitForSpeeds(false));
     hands->click(PlayerHands::Title, 1, 2);
-    QTRY_COMPARE(own().width(), 1280);
+    QTRY_COMPARE(own().width(), Screen::whole().width());
     take("maximised");
     hands->click(PlayerHands::Title, 1, 2);
-    QTRY_COMPARE(own().width(), 945);
+    QTRY_COMPARE(own().width(), normalWidth);
     loadSubtitles();
     take("subtitle", own());
 }
@@ -198,9 +209,9 @@ void TestPictures::dialogs()
     const QString title = QStringLiteral("设置");
     const qulonglong settings = named(title);
     QVERIFY(settings);
-    Screen::click(Screen::geometry(settings).topLeft() + QPoint(100, 32));
+    Screen::click(Screen::geometry(settings).topLeft() + QPoint(100, 32) * scale);
     take("settings-other", Screen::geometry(settings));
-    Screen::click(Screen::geometry(settings).topLeft() + QPoint(30, 32));
+    Screen::click(Screen::geometry(settings).topLeft() + QPoint(30, 32) * scale);
     take("settings", Screen::geometry(hands->mainWindow()));
     takeDialog("settings-general", title);
 
@@ -270,7 +281,7 @@ void TestPictures::fullScreen()
 {
     QVERIFY(hands->takeHold());
     hands->click(PlayerHands::FullScreen);
-    QTRY_COMPARE(hands->picture(), QRect(0, 0, 1280, 800));
+    QTRY_COMPARE(hands->picture(), Screen::whole());
     Screen::moveMouse(QPoint(600, 300));
     Screen::moveMouse(QPoint(610, 310));
     QVERIFY(hands->waitForBar());
@@ -290,7 +301,7 @@ void TestPictures::fullScreen()
     keys("Escape", 3);
     QVERIFY(hands->waitForMenus(0));
     Screen::key("Escape");
-    QTRY_COMPARE(Screen::geometry(hands->mainWindow()).width(), 945);
+    QTRY_COMPARE(Screen::geometry(hands->mainWindow()).width(), normalWidth);
 }
 
 void TestPictures::barOverAnyFilm_data()
@@ -312,7 +323,7 @@ void TestPictures::barOverAnyFilm()
     QVERIFY(hands->waitForPicture(QColor(colour)));
     QVERIFY(hands->takeHold());
     hands->click(PlayerHands::FullScreen);
-    QTRY_COMPARE(hands->picture(), QRect(0, 0, 1280, 800));
+    QTRY_COMPARE(hands->picture(), Screen::whole());
     QTest::qWait(1500); // the engine's own bar goes
     Screen::moveMouse(QPoint(600, 300));
     Screen::moveMouse(QPoint(610, 310));
@@ -320,7 +331,7 @@ void TestPictures::barOverAnyFilm()
     Screen::moveMouse(QPoint(620, 320));
     take(QString("fullscreen-") + QTest::currentDataTag());
     Screen::key("Escape");
-    QTRY_COMPARE(Screen::geometry(hands->mainWindow()).width(), 945);
+    QTRY_COMPARE(Screen::geometry(hands->mainWindow()).width(), normalWidth);
 }
 
 void TestPictures::screenshotsOff()
@@ -329,7 +340,7 @@ void TestPictures::screenshotsOff()
     player.reset(new InstalledPlayer);
     player->setConfig("[DEFAULT]\nfirst_start=0\ndecode_flag=2\n");
     QVERIFY(player->start());
-    hands.reset(new PlayerHands(*player));
+    hands.reset(new PlayerHands(*player, scale));
     QVERIFY(hands->takeHold());
     take("screenshots-off", Screen::geometry(hands->mainWindow()));
 }

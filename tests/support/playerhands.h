@@ -35,8 +35,10 @@ public:
     static constexpr QPoint Video{365, 246};
     static constexpr QPoint FirstRow{800, 52};
 
-    explicit PlayerHands(InstalledPlayer &player)
+    // scale: how much larger than usual the player is, on a dense screen.
+    explicit PlayerHands(InstalledPlayer &player, double scale = 1)
         : player(player)
+        , scale(scale)
     {
     }
 
@@ -62,7 +64,7 @@ public:
     qulonglong mainWindow() const { return window; }
     QPoint at(const QPoint &inWindow) const
     {
-        return Screen::geometry(window).topLeft() + inWindow;
+        return Screen::geometry(window).topLeft() + inWindow * scale;
     }
     void click(const QPoint &inWindow, int button = 1, int times = 1) const
     {
@@ -126,8 +128,11 @@ public:
         return QTest::qWaitFor([&] { return shown() == count; }, 15000);
     }
     // The speed pop-up and the full-screen bar are known by their sizes.
-    bool waitForSpeeds(bool shown = true) const { return waitForSize({100, 400}, shown); }
-    bool waitForBar(bool shown = true) const { return waitForSize({1280, 800}, shown); }
+    bool waitForSpeeds(bool shown = true) const
+    {
+        return waitForSize(QSize(100, 400) * scale, shown);
+    }
+    bool waitForBar(bool shown = true) const { return waitForSize(Screen::whole().size(), shown); }
 
     static bool waitForNoWindow(qulonglong id, int ms = 15000)
     {
@@ -148,5 +153,6 @@ private:
     }
 
     InstalledPlayer &player;
+    double scale;
     qulonglong window = 0;
 };

@@ -64,9 +64,11 @@ QByteArray information(qulonglong window)
 
 } // namespace
 
+QRect Screen::whole() { return QGuiApplication::primaryScreen()->geometry(); }
+
 QImage Screen::grab(const QRect &area)
 {
-    const QRect part = area.isEmpty() ? QGuiApplication::primaryScreen()->geometry() : area;
+    const QRect part = area.isEmpty() ? whole() : area;
     return QGuiApplication::primaryScreen()
         ->grabWindow(0, part.x(), part.y(), part.width(), part.height())
         .toImage()
@@ -110,6 +112,15 @@ QRect Screen::extent(const QImage &image, const QColor &colour, int tolerance)
         }
     }
     return found;
+}
+
+bool Screen::setDensity(int density)
+{
+    QProcess xrdb;
+    xrdb.start(QStringLiteral("xrdb"), {"-nocpp", "-merge", "-"});
+    xrdb.write("Xft.dpi: " + QByteArray::number(density) + '\n');
+    xrdb.closeWriteChannel();
+    return xrdb.waitForFinished() && xrdb.exitCode() == 0;
 }
 
 QList<qulonglong> Screen::windows()

@@ -17,6 +17,7 @@
 namespace Screen {
 
 // Pictures. Rectangles are in pixels of the screen; an empty one is the whole screen.
+QRect whole();
 QImage grab(const QRect &area = QRect());
 void save(const QString &path); // the whole screen, to look at
 // Each of red, green and blue may be off by tolerance: video is lossy.
@@ -25,6 +26,9 @@ double share(const QImage &image, const QColor &colour, int tolerance = 40); // 
 bool waitForColour(const QRect &area, const QColor &colour, double atLeast = 0.5, int ms = 15000);
 // Smallest rectangle that holds all pixels of the colour; empty when there is none.
 QRect extent(const QImage &image, const QColor &colour, int tolerance = 40);
+
+// Dots per inch for the programs that start from now on, as desktops tell it.
+bool setDensity(int density);
 
 // Windows, by X id.
 QList<qulonglong> windows(); // managed by the window manager, bottom to top

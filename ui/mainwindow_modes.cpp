@@ -9,6 +9,7 @@
 #include "speedwind.h"
 #include "titlebar.h"
 #include "ui_mainwindow.h"
+#include "windowplace.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -50,7 +51,9 @@ void MainWindow::enterFullScreen()
     qDebug() << "screen width:" << screenWidth << " screen height:" << screenHeight;
     widgetNormalWidth = ui->playWidget->width();
     widgetNormalHeight = ui->playWidget->height();
-    ui->playWidget->setFixedSize(screenWidth, screenHeight);
+    const qreal factor = devicePixelRatioF();
+    ui->playWidget->setFixedSize(sideToCover(screenWidth, factor),
+                                 sideToCover(screenHeight, factor));
     showFullScreen();
     m_titleBar->moveWindow(QPoint(0, 0));
     ui->playWidget->move(0, 0);

@@ -15,6 +15,23 @@ constexpr std::uint32_t kMostResources = 0x10000; // in units of four bytes
 
 bool isSet(const char *variable) { return !qEnvironmentVariableIsEmpty(variable); }
 
+bool isSwitchedOff(const char *variable)
+{
+    bool isNumber = false;
+    const int value = qEnvironmentVariableIntValue(variable, &isNumber);
+    return isNumber && value < 1;
+}
+
+// The toolkit counts its factor from it.
+void tellToolkit(int density) { qputenv("QT_FONT_DPI", QByteArray::number(density)); }
+
+// The person, or the desktop, counts by itself.
+bool isFactorGiven()
+{
+    return isSet("QT_SCREEN_SCALE_FACTORS") || isSwitchedOff("QT_AUTO_SCREEN_SCALE_FACTOR") ||
+        isSwitchedOff("QT_ENABLE_HIGHDPI_SCALING");
+}
+
 int densityOfDisplay()
 {
     int number = 0;
@@ -58,23 +75,42 @@ int densityOf(const QByteArray &resources, int pixels, int millimetres)
     return millimetres > 0 ? qMax(kUsual, qRound(25.4 * pixels / millimetres)) : kUsual;
 }
 
+// Factors by which no window loses a row or a column: what has been scaled down to the toolkit's
+// whole numbers and up again is not less than it was. (At 1.75 a side of 1014 becomes 1013. Screens
+// that ask for 3 and more can be divided by it.)
+int steppedDensity(int density)
+{
+    if (density < kDense)
+        return density;
+    if (density < kUsual * 3 / 2)
+        return kDense;
+    if (density < kUsual * 2)
+        return kUsual * 3 / 2;
+    return density / kUsual * kUsual;
+}
+
 void followScreenDensity()
 {
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    if (density() < kDense)
+    const int found = density();
+    if (found < kDense)
         return;
+    const bool countsItself = isFactorGiven() || isSet("QT_FONT_DPI");
     if (qgetenv("QT_SCALE_FACTOR").toDouble() > 0 ||
         qEnvironmentVariableIntValue("QT_DEVICE_PIXEL_RATIO") > 0) {
         // The person's factor stands for ours. The texts must not grow with the density as well,
         // or they are cut.
-        if (!isSet("QT_FONT_DPI") && !isSet("QT_SCREEN_SCALE_FACTORS") &&
-            !isSet("QT_AUTO_SCREEN_SCALE_FACTOR") && !isSet("QT_ENABLE_HIGHDPI_SCALING"))
-            qputenv("QT_FONT_DPI", QByteArray::number(kUsual));
+        if (!countsItself && !isSet("QT_AUTO_SCREEN_SCALE_FACTOR") &&
+            !isSet("QT_ENABLE_HIGHDPI_SCALING"))
+            tellToolkit(kUsual);
         return;
     }
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    // Rounded down the texts alone would grow, and be cut; rounded up the window would not fit the
-    // usual screens.
+    // The toolkit must not round to whole factors. Down, the texts alone would grow and be cut; up,
+    // the window would not fit the usual screens.
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+    // Also keeps what a desktop tells later from a player that runs: its windows have their sizes.
+    if (!countsItself)
+        tellToolkit(steppedDensity(found));
 }

@@ -10,6 +10,10 @@ void followScreenDensity();
 
 constexpr int kDense = 120; // dots per inch
 
-// As the toolkit counts it: what the desktop has set (Xft.dpi), else what the X server tells about
+// The density that counts for one, from kDense on: the next lower that makes everything 1.25, 1.5,
+// 2, 3, 4... times as large.
+int steppedDensity(int density);
+
+// The screen's, as the toolkit counts it: what the desktop has set (Xft.dpi), else what the X server tells about
 // its screen.
 int densityOf(const QByteArray &resources, int pixels, int millimetres);

@@ -34,3 +34,8 @@ QPoint placeOnScreens(const QRect &place, int titleHeight, const QVector<QRect> 
         QPoint(qMax(0, (first.width() - place.width()) / 2),
                qMax(0, (first.height() - place.height()) / 2));
 }
+
+int sideToCover(int side, qreal factor)
+{
+    return factor > 1 ? side + qRound(side * factor) % 2 : side;
+}

@@ -10,6 +10,8 @@ private slots:
     void placeOnScreens_data();
     void placeOnScreens();
     void screensThatAreThere();
+    void sidesThatCoverTheScreen_data();
+    void sidesThatCoverTheScreen();
     void maximizedForQtOnly();
 };
 
@@ -54,6 +56,29 @@ void TestWindowPlace::screensThatAreThere()
 }
 
 // A window that has not been shown yet has nothing but Qt's mark.
+void TestWindowPlace::sidesThatCoverTheScreen_data()
+{
+    QTest::addColumn<double>("factor");
+    for (double factor : {1.0, 1.25, 1.5, 1.75, 2.0, 2.25, 2.5, 3.0, 110 / 96.0, 140 / 96.0})
+        QTest::newRow(qPrintable(QString::number(factor))) << factor;
+}
+
+// Of usual screens. One that is divided without a rest is covered to the pixel.
+void TestWindowPlace::sidesThatCoverTheScreen()
+{
+    QFETCH(double, factor);
+    for (int pixels : {720,  768,  800,  900,  1024, 1050, 1080, 1200, 1280, 1366, 1440,
+                       1504, 1600, 1680, 1920, 2160, 2560, 2880, 3000, 3440, 3840, 5120}) {
+        const int side = qRound(pixels / factor); // as the toolkit tells it
+        const int covered = qRound(sideToCover(side, factor) * factor);
+        QVERIFY2(covered >= pixels && covered <= pixels + 4, qPrintable(QString::number(pixels)));
+        if (side * factor == pixels)
+            QCOMPARE(covered, pixels);
+    }
+    QCOMPARE(sideToCover(1025, 1), 1025);
+    QCOMPARE(sideToCover(731, 1.75), 732);
+}
+
 void TestWindowPlace::maximizedForQtOnly()
 {
     QWidget window;

@@ -278,8 +278,10 @@ void TestDensity::fullScreenAndBack()
     Screen::moveMouse(QPoint(3, all.height() - 3)); // on its border: it goes
     QTRY_VERIFY(!bar());
     QVERIFY(Screen::waitForColour(all, Qt::red, 0.99));
-    QVERIFY(Screen::waitForColour(QRect(all.width() - 1, 0, 1, all.height()), Qt::red, 0.98));
-    QVERIFY(Screen::waitForColour(QRect(0, all.height() - 1, all.width(), 1), Qt::red, 0.98));
+    // At the edges the engine may leave a row black, but the window's grey is nowhere.
+    for (const QRect &edge :
+         {QRect(all.width() - 1, 0, 1, all.height()), QRect(0, all.height() - 1, all.width(), 1)})
+        QCOMPARE(Screen::count(Screen::grab(edge), QColor(70, 70, 70), 20), 0);
     Screen::key("Escape");
     QTRY_COMPARE(Screen::geometry(hands->mainWindow()), normal);
     QTRY_VERIFY(isNear(hands->picture().topLeft(), before.topLeft(), factor));

@@ -1,5 +1,5 @@
-// Uses a running player as a person does: knows where the controls of its main window are, at the
-// size that it starts with (945 x 564, list shown), and drives its file dialogs.
+// Uses a running player as a person does: knows where the controls of its main window are, with the
+// list shown, and drives its file dialogs.
 //
 //     PlayerHands hands(player);
 //     QVERIFY(hands.takeHold());             // the window is there and has the focus
@@ -15,7 +15,7 @@
 
 class PlayerHands {
 public:
-    // Middles of the buttons, in the window.
+    // Middles of the buttons, in the window of the size that it starts with.
     static constexpr QPoint Snapshot{39, 526};
     static constexpr QPoint Open{120, 526};
     static constexpr QPoint Stop{221, 526};
@@ -64,7 +64,8 @@ public:
     qulonglong mainWindow() const { return window; }
     QPoint at(const QPoint &inWindow) const
     {
-        return Screen::geometry(window).topLeft() + inWindow * scale;
+        const QRect place = Screen::geometry(window);
+        return place.topLeft() + (inWindow + shift(inWindow, place.size() / scale)) * scale;
     }
     void click(const QPoint &inWindow, int button = 1, int times = 1) const
     {
@@ -140,6 +141,14 @@ public:
     }
 
 private:
+    // How far a control has moved in a window of another size than 945 x 564: the row of buttons
+    // stays in the middle, the list and the title bar's buttons at the right.
+    static QPoint shift(const QPoint &control, const QSize &size)
+    {
+        if (control.y() > 500)
+            return QPoint((size.width() - 50) / 2 - 447, size.height() - 564);
+        return QPoint(control.x() > 735 ? size.width() - 945 : 0, 0);
+    }
     bool waitForSize(const QSize &size, bool shown) const
     {
         const auto isThere = [&] {

@@ -36,7 +36,7 @@ public:
     {
         const QString bus = QStringLiteral("dbus-run-session");
         return !QStandardPaths::findExecutable(name).isEmpty() &&
-            (name != "xfwm4" || !QStandardPaths::findExecutable(bus).isEmpty());
+            (!needsBus() || !QStandardPaths::findExecutable(bus).isEmpty());
     }
 
     // Takes the display from the one that runs, and waits until windows are managed.
@@ -47,10 +47,16 @@ public:
         if (name == "openbox")
             command << "--sm-disable"
                     << "--config-file" << openboxConfig();
-        if (name == "xfwm4") // reads its settings through the session's bus
-            command = QStringList{"dbus-run-session", "--"} + command << "--compositor=off";
+        if (name == "xfwm4")
+            command << "--compositor=off";
         if (name == "marco")
             command << "--no-composite";
+        if (name == "mutter")
+            command << "--x11";
+        if (name == "i3") // without a configuration it asks for one
+            command << "-c" << written("i3", "font pango:monospace 8\n");
+        if (needsBus())
+            command = QStringList{"dbus-run-session", "--"} + command;
         process.setProcessChannelMode(QProcess::MergedChannels);
         process.start(command.takeFirst(), command);
         const auto manages = [&] {
@@ -65,6 +71,14 @@ public:
     }
 
 private:
+    // They read their settings through the session's bus.
+    bool needsBus() const { return name == "xfwm4" || name == "mutter"; }
+    QString written(const QString &file, const QByteArray &text) const
+    {
+        QFile own(folder.filePath(file));
+        return own.open(QIODevice::WriteOnly) && own.write(text) == text.size() ? own.fileName()
+                                                                                : QString();
+    }
     static QByteArray output(const QStringList &arguments)
     {
         QProcess xprop;
@@ -84,15 +98,13 @@ private:
     QString openboxConfig() const
     {
         QFile given(QStringLiteral("/etc/xdg/openbox/rc.xml"));
-        QFile own(folder.filePath(QStringLiteral("rc.xml")));
-        if (!given.open(QIODevice::ReadOnly) || !own.open(QIODevice::WriteOnly))
+        if (!given.open(QIODevice::ReadOnly))
             return given.fileName();
         QString text = QString::fromUtf8(given.readAll());
         text.replace(QRegularExpression(QStringLiteral("<margins>.*?</margins>"),
                                         QRegularExpression::DotMatchesEverythingOption),
                      QStringLiteral("<margins><top>%1</top></margins>").arg(margins));
-        own.write(text.toUtf8());
-        return own.fileName();
+        return written("rc.xml", text.toUtf8());
     }
 
     QString name;

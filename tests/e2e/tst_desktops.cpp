@@ -1,0 +1,342 @@
+// The installed player with the real engine under one window manager after the other: start, drag,
+// maximise, restore, pin, pop-ups, each menu and dialog, full screen with its bar, and the end. The
+// pictures and the table of what works are in the build folder's desktops/.
+#include "clips.h"
+#include "longform.h"
+#include "playerhands.h"
+#include "windowmanagers.h"
+
+#include <QTest>
+
+class TestDesktops : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void everything_data();
+    void everything();
+    void cleanupTestCase();
+
+private:
+    struct Step {
+        const char *name;
+        bool (TestDesktops::*take)();
+    };
+    static const QVector<Step> steps;
+
+    bool starts();
+    bool drags();
+    bool maximises();
+    bool restores();
+    bool pins();
+    bool minimises();
+    bool speeds();
+    bool titleMenu();
+    bool pictureMenus();
+    bool listMenu();
+    bool settings();
+    bool information();
+    bool delay();
+    bool fileDialog();
+    bool fullScreen();
+    bool bar();
+    bool dialogInFullScreen();
+    bool leaves();
+    bool closes();
+
+    bool opensMenus(const QPoint &place, const QList<QStringList> &ways);
+    bool isDialog(const QString &title);
+    void take();
+
+    QString folder;
+    QString name; // of the window manager
+    const char *step = "";
+    QStringList table;
+    QScopedPointer<WindowManager> manager;
+    QScopedPointer<InstalledPlayer> player;
+    QScopedPointer<PlayerHands> hands;
+    QRect normal;
+};
+
+const QVector<TestDesktops::Step> TestDesktops::steps = {
+    {"starts", &TestDesktops::starts},
+    {"drags", &TestDesktops::drags},
+    {"maximises", &TestDesktops::maximises},
+    {"restores", &TestDesktops::restores},
+    {"pins", &TestDesktops::pins},
+    {"minimises", &TestDesktops::minimises},
+    {"speeds", &TestDesktops::speeds},
+    {"title-menu", &TestDesktops::titleMenu},
+    {"picture-menus", &TestDesktops::pictureMenus},
+    {"list-menu", &TestDesktops::listMenu},
+    {"settings", &TestDesktops::settings},
+    {"information", &TestDesktops::information},
+    {"delay", &TestDesktops::delay},
+    {"file-dialog", &TestDesktops::fileDialog},
+    {"full-screen", &TestDesktops::fullScreen},
+    {"bar", &TestDesktops::bar},
+    {"dialog-in-full-screen", &TestDesktops::dialogInFullScreen},
+    {"leaves", &TestDesktops::leaves},
+    {"closes", &TestDesktops::closes},
+};
+
+namespace {
+
+const QPoint nowhere(5, 795);
+
+bool becomes(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 10000); }
+
+} // namespace
+
+void TestDesktops::initTestCase()
+{
+    folder = QStringLiteral(BUILD_DIR "/desktops/");
+    QVERIFY(QDir().mkpath(folder));
+    table << QString(24, ' ');
+    for (const Step &one : steps)
+        table << QString(one.name).leftJustified(24);
+}
+
+void TestDesktops::cleanupTestCase()
+{
+    manager.reset();
+    QFile file(folder + "table.txt");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(table.join('\n').toUtf8() + '\n');
+    for (const QString &line : qAsConst(table))
+        qInfo("%s", qPrintable(line));
+}
+
+// cannot: what the window manager doesn't do for a window of anybody.
+void TestDesktops::everything_data()
+{
+    QTest::addColumn<QStringList>("cannot");
+    QTest::newRow("openbox") << QStringList();
+    if (!longForm())
+        return;
+    for (const char *other : {"xfwm4", "kwin_x11", "marco", "mutter"})
+        QTest::newRow(other) << QStringList();
+    QTest::newRow("i3") << QStringList();
+}
+
+void TestDesktops::everything()
+{
+    QFETCH(QStringList, cannot);
+    name = QTest::currentDataTag();
+    manager.reset(new WindowManager(name));
+    if (!manager->isInstalled())
+        QSKIP(qPrintable(name + " is not installed"));
+    QVERIFY(manager->start());
+    QStringList failed;
+    table[0] += name.leftJustified(12);
+    for (int i = 0; i < steps.size(); ++i) {
+        step = steps.at(i).name;
+        const bool works = (this->*steps.at(i).take)();
+        take();
+        table[i + 1] += QString(works ? "yes" : "no").leftJustified(12);
+        if (!works && !cannot.contains(step))
+            failed << step;
+    }
+    hands.reset();
+    player.reset();
+    QVERIFY2(failed.isEmpty(), qPrintable(failed.join(' ')));
+}
+
+void TestDesktops::take() { Screen::save(folder + name + '-' + step + ".png"); }
+
+bool TestDesktops::starts()
+{
+    Screen::moveMouse(nowhere);
+    player.reset(new InstalledPlayer);
+    player->setConfig("[DEFAULT]\nfirst_start=0\ndefault_volum=0\ndecode_flag=0\n");
+    hands.reset(new PlayerHands(*player));
+    if (!player->start({Clips::pattern(300)}) || !hands->takeHold() || !hands->pictureMoves(20000))
+        return false;
+    normal = Screen::geometry(hands->mainWindow());
+    return normal == QRect(167, 118, 945, 564);
+}
+
+bool TestDesktops::drags()
+{
+    const QPoint grip = hands->at(PlayerHands::Title);
+    bool follows = true;
+    Screen::press(grip);
+    for (const QPoint &way : {QPoint(10, 6), QPoint(90, 60), QPoint(-45, -33), QPoint(0, 0)}) {
+        Screen::moveMouse(grip + way);
+        follows = follows && becomes([&] {
+                      return Screen::geometry(hands->mainWindow()) == normal.translated(way);
+                  });
+    }
+    Screen::release();
+    return follows;
+}
+
+bool TestDesktops::maximises()
+{
+    hands->click(PlayerHands::Maximize);
+    return becomes([&] {
+        return Screen::geometry(hands->mainWindow()) == Screen::whole() &&
+            Screen::hasState(hands->mainWindow(), "_NET_WM_STATE_MAXIMIZED_VERT") &&
+            hands->picture().size() == Screen::whole().size() - QSize(216, 152);
+    });
+}
+
+bool TestDesktops::restores()
+{
+    hands->click(PlayerHands::Maximize);
+    return becomes([&] { return Screen::geometry(hands->mainWindow()) == normal; });
+}
+
+bool TestDesktops::pins()
+{
+    for (const bool pinned : {true, false}) {
+        hands->click(PlayerHands::Pin);
+        const auto held = [&] {
+            return Screen::hasState(hands->mainWindow(), "_NET_WM_STATE_ABOVE") == pinned;
+        };
+        if (!becomes(held))
+            return false;
+    }
+    return true;
+}
+
+bool TestDesktops::minimises()
+{
+    hands->click(PlayerHands::Minimize);
+    const bool gone = becomes([&] { return !Screen::isViewable(hands->mainWindow()); });
+    Screen::activate(hands->mainWindow());
+    return becomes([&] { return Screen::isViewable(hands->mainWindow()); }) && gone &&
+        hands->takeHold();
+}
+
+bool TestDesktops::speeds()
+{
+    hands->click(PlayerHands::Speed);
+    const bool shown = hands->waitForSpeeds();
+    take();
+    hands->click(PlayerHands::Speed);
+    return hands->waitForSpeeds(false) && shown;
+}
+
+// Each way into a submenu is one list of keys.
+bool TestDesktops::opensMenus(const QPoint &place, const QList<QStringList> &ways)
+{
+    hands->click(place, 3);
+    int open = 1;
+    bool opened = hands->waitForMenus(open);
+    for (const QStringList &way : ways) {
+        for (const QString &key : way)
+            Screen::key(key);
+        opened = opened && hands->waitForMenus(++open);
+    }
+    QTest::qWait(300); // painted
+    take();
+    for (int i = 0; i < open; ++i)
+        Screen::key("Escape");
+    return hands->waitForMenus(0) && opened;
+}
+
+bool TestDesktops::titleMenu() { return opensMenus(PlayerHands::Title, {}); }
+
+bool TestDesktops::pictureMenus()
+{
+    return opensMenus(PlayerHands::Video - QPoint(150, 80),
+                      {{"Down", "Down", "Down", "Down", "Right"}});
+}
+
+bool TestDesktops::listMenu() { return opensMenus(PlayerHands::FirstRow, {}); }
+
+// It is there, above the main window, takes the keys, and goes.
+bool TestDesktops::isDialog(const QString &title)
+{
+    const qulonglong dialog = player->dialog(title);
+    const bool shown = dialog && PlayerHands::focus(dialog) && Screen::isViewable(dialog) &&
+        becomes([&] { return Screen::isAbove(dialog, hands->mainWindow()); }) &&
+        Screen::whole().contains(Screen::geometry(dialog));
+    QTest::qWait(300); // painted
+    take();
+    Screen::key("Escape");
+    return dialog && PlayerHands::waitForNoWindow(dialog) && shown && hands->takeHold();
+}
+
+bool TestDesktops::settings()
+{
+    hands->click(PlayerHands::Settings);
+    return isDialog(QStringLiteral("设置"));
+}
+
+bool TestDesktops::information()
+{
+    hands->click(PlayerHands::Video, 3);
+    if (!hands->waitForMenus(1))
+        return false;
+    Screen::key("Up"); // the last entry
+    Screen::key("Return");
+    return isDialog(QStringLiteral("媒体信息"));
+}
+
+bool TestDesktops::delay()
+{
+    hands->click(PlayerHands::Video, 3);
+    if (!hands->waitForMenus(1))
+        return false;
+    for (const char *key : {"Down", "Down", "Down", "Down", "Right"})
+        Screen::key(key);
+    if (!hands->waitForMenus(2))
+        return false;
+    for (const char *key : {"Down", "Down", "Down", "Return"})
+        Screen::key(key);
+    return isDialog(QStringLiteral("Form"));
+}
+
+bool TestDesktops::fileDialog()
+{
+    Screen::key("ctrl+o");
+    return isDialog(QStringLiteral("选择本地文件"));
+}
+
+bool TestDesktops::fullScreen()
+{
+    normal = Screen::geometry(hands->mainWindow());
+    hands->click(PlayerHands::FullScreen);
+    return becomes([&] {
+        return Screen::geometry(hands->mainWindow()) == Screen::whole() &&
+            hands->picture() == Screen::whole();
+    });
+}
+
+bool TestDesktops::bar()
+{
+    Screen::moveMouse(QPoint(600, 300));
+    Screen::moveMouse(QPoint(610, 310));
+    const bool came = hands->waitForBar();
+    take();
+    Screen::moveMouse(nowhere); // on its border: it goes
+    return hands->waitForBar(false) && came;
+}
+
+bool TestDesktops::dialogInFullScreen()
+{
+    Screen::key("ctrl+o");
+    return isDialog(QStringLiteral("选择本地文件")) &&
+        Screen::geometry(hands->mainWindow()) == Screen::whole();
+}
+
+bool TestDesktops::leaves()
+{
+    Screen::key("Escape");
+    return becomes([&] {
+               return Screen::geometry(hands->mainWindow()) == normal &&
+                   hands->picture().topLeft() == normal.topLeft() + QPoint(0, 40);
+           }) &&
+        hands->pictureMoves();
+}
+
+bool TestDesktops::closes()
+{
+    Screen::closeWindow(hands->mainWindow());
+    return player->waitForEnd() && player->exitCode() == 0 && player->engines().isEmpty();
+}
+
+QTEST_MAIN(TestDesktops)
+#include "tst_desktops.moc"

@@ -128,7 +128,7 @@ public:
         };
         return QTest::qWaitFor([&] { return shown() == count; }, 15000);
     }
-    // The speed pop-up and the full-screen bar are known by their sizes.
+    // The speed pop-up and the full-screen bar are tool windows, known by their sizes.
     bool waitForSpeeds(bool shown = true) const
     {
         return waitForSize(QSize(100, 400) * scale, shown);
@@ -153,7 +153,9 @@ private:
     {
         const auto isThere = [&] {
             for (qulonglong id : Screen::windowsOf(player.pid())) {
-                if (id != window && Screen::geometry(id).size() == size)
+                if (Screen::property(id, QStringLiteral("_NET_WM_WINDOW_TYPE"))
+                        .contains("_NET_WM_WINDOW_TYPE_UTILITY") &&
+                    Screen::geometry(id).size() == size)
                     return true;
             }
             return false;

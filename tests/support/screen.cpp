@@ -59,7 +59,8 @@ int numberAfter(const QByteArray &text, const QByteArray &label)
 
 QByteArray information(qulonglong window)
 {
-    return run(QStringLiteral("xwininfo"), {"-id", decimal(window)});
+    // Of 0 it would ask for a click on the window that is meant.
+    return window ? run(QStringLiteral("xwininfo"), {"-id", decimal(window)}) : QByteArray();
 }
 
 } // namespace
@@ -125,7 +126,16 @@ bool Screen::setDensity(int density)
 
 QList<qulonglong> Screen::windows()
 {
-    return idsIn(run(QStringLiteral("xprop"), {"-root", "_NET_CLIENT_LIST_STACKING"}));
+    const auto listed = [](const char *property) {
+        return idsIn(run(QStringLiteral("xprop"), {"-root", QString::fromLatin1(property)}));
+    };
+    QList<qulonglong> stacked = listed("_NET_CLIENT_LIST_STACKING");
+    // xfwm4 leaves out windows that it has not restacked yet.
+    for (qulonglong window : listed("_NET_CLIENT_LIST")) {
+        if (!stacked.contains(window))
+            stacked.prepend(window);
+    }
+    return stacked;
 }
 
 QList<qulonglong> Screen::windowsOf(qint64 pid)

@@ -2,13 +2,14 @@
 # Every Debian package that the commands of these sources may install, in one place.
 # "a|b" means: any of these will do; "a" is installed when none of them is there.
 
-# Compiler, build tools and Qt.
+# Compiler, build tools, Qt, and the library that talks with the X server.
 build_packages=(
     g++
     cmake
     ninja-build
     qtbase5-dev
     qtmultimedia5-dev
+    libxcb1-dev
 )
 
 # What the player needs when it runs: the engine, ffprobe (and ffmpeg for the clip made by ./play),
@@ -30,7 +31,6 @@ virtual_display_packages=(
 # What the tests add: looking at windows and pictures, pressing keys, a private sound server,
 # a private install root.
 test_packages=(
-    libxcb1-dev
     xdotool
     wmctrl
     x11-xserver-utils
@@ -40,10 +40,9 @@ test_packages=(
     librsvg2-bin
 )
 
-# What bench/run adds: a private install root, and the screen's pixels.
+# What bench/run adds: a private install root.
 bench_packages=(
     bubblewrap
-    libxcb1-dev
 )
 
 # What looks at the sources without running them.

@@ -8,6 +8,8 @@
 
 #include <QTest>
 
+#include <csignal>
+
 class TestDesktops : public QObject {
     Q_OBJECT
 
@@ -15,6 +17,7 @@ private slots:
     void initTestCase();
     void everything_data();
     void everything();
+    void wayland();
     void cleanupTestCase();
 
 private:
@@ -356,6 +359,131 @@ bool TestDesktops::closes()
 {
     Screen::closeWindow(hands->mainWindow());
     return player->waitForEnd() && player->exitCode() == 0 && player->engines().isEmpty();
+}
+
+namespace {
+
+// A Wayland desktop whose one screen is the display of the test, with an X server in it.
+class Weston {
+public:
+    Weston() = default;
+    Q_DISABLE_COPY(Weston)
+    ~Weston()
+    {
+        process.terminate();
+        if (!process.waitForFinished(5000))
+            process.kill();
+        process.waitForFinished();
+        qputenv("DISPLAY", outer);
+    }
+    static bool isInstalled()
+    {
+        return !QStandardPaths::findExecutable("weston").isEmpty() &&
+            !QStandardPaths::findExecutable("Xwayland").isEmpty();
+    }
+    bool start()
+    {
+        QFile settings(folder.filePath("weston.ini"));
+        if (!settings.open(QIODevice::WriteOnly))
+            return false;
+        settings.write("[core]\nidle-time=0\n[shell]\nanimation=none\nstartup-animation=none\n"
+                       "locking=false\npanel-position=none\n");
+        settings.close();
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start("weston",
+                      {"-c", settings.fileName(), "--backend=x11-backend.so", "--use-pixman",
+                       "--xwayland", "--width=1280", "--height=800", "--fullscreen",
+                       "--socket=desktops"});
+        const auto listens = [&] {
+            log += process.readAllStandardOutput();
+            const int at = log.indexOf("listening on display :");
+            if (at >= 0)
+                inner = log.mid(log.indexOf(':', at)).split('\n').first().trimmed();
+            return !inner.isEmpty();
+        };
+        return QTest::qWaitFor(listens, 15000);
+    }
+    // Where windows are asked about, and where the mouse and the keys are.
+    void lookInside() { qputenv("DISPLAY", inner); }
+    void actOutside() { qputenv("DISPLAY", outer); }
+    QByteArray display() const { return inner; }
+
+private:
+    const QByteArray outer = qgetenv("DISPLAY");
+    QByteArray inner;
+    QByteArray log;
+    QTemporaryDir folder;
+    QProcess process;
+};
+
+} // namespace
+
+// The title bar can't be dragged there, and the bar of full screen does not come.
+void TestDesktops::wayland()
+{
+    if (!longForm() || !Weston::isInstalled())
+        QSKIP("in the long form, with weston and Xwayland");
+    manager.reset(new WindowManager("openbox"));
+    QVERIFY(manager->start());
+    Weston weston;
+    QVERIFY(weston.start());
+    name = "weston";
+    step = "starts";
+    player.reset(new InstalledPlayer);
+    player->setConfig("[DEFAULT]\nfirst_start=0\ndefault_volum=0\ndecode_flag=0\n");
+    player->setEnvironment("DISPLAY", weston.display());
+    QVERIFY(player->start({Clips::pattern(300)}));
+    const auto named = [&](const QString &title) {
+        weston.lookInside();
+        qulonglong found = 0;
+        for (qulonglong id : Screen::windowsOf(player->pid())) {
+            if (Screen::title(id) == title)
+                found = id;
+        }
+        weston.actOutside();
+        return found;
+    };
+    const auto place = [&](qulonglong id) {
+        weston.lookInside();
+        const QRect found = Screen::geometry(id);
+        weston.actOutside();
+        return found;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(named("MainWindow") != 0, 15000);
+    const qulonglong window = named("MainWindow");
+    QTRY_COMPARE(place(window), QRect(167, 118, 945, 564));
+    const QRect sample(220, 220, 600, 300);
+    const auto moves = [&](int ms) {
+        const QImage before = Screen::grab(sample);
+        return QTest::qWaitFor([&] { return Screen::grab(sample) != before; }, ms);
+    };
+    QVERIFY(moves(15000));
+    take();
+
+    step = "file-dialog";
+    Screen::key("ctrl+o");
+    QTRY_VERIFY(named("选择本地文件") != 0);
+    take();
+    Screen::key("Escape");
+    QTRY_VERIFY(named("选择本地文件") == 0);
+
+    // Weston's pointer goes as far as the display's, from another place: both go to the corner.
+    step = "full-screen";
+    Screen::moveMouse(Screen::whole().bottomRight());
+    QTest::qWait(500);
+    Screen::moveMouse(QPoint(0, 0));
+    QTest::qWait(500);
+    Screen::click(QPoint(500, 350), 1, 2);
+    QTRY_COMPARE(place(window).size(), Screen::whole().size());
+    QVERIFY(moves(15000));
+    take();
+    Screen::key("Escape");
+    QTRY_COMPARE(place(window).size(), QSize(945, 564));
+    player->signal(SIGTERM);
+    QVERIFY(player->waitForEnd());
+    QCOMPARE(player->exitCode(), 0);
+    QVERIFY(player->engines().isEmpty());
+    player.reset();
 }
 
 QTEST_MAIN(TestDesktops)

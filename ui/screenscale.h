@@ -14,6 +14,6 @@ constexpr int kDense = 120; // dots per inch
 // 2, 3, 4... times as large.
 int steppedDensity(int density);
 
-// The screen's, as the toolkit counts it: what the desktop has set (Xft.dpi), else what the X server tells about
-// its screen.
+// The screen's, as the toolkit counts it: what the desktop has set (Xft.dpi), else what the X
+// server tells about its screen.
 int densityOf(const QByteArray &resources, int pixels, int millimetres);

@@ -44,9 +44,11 @@ void discardEngine()
 
 const QProcess *engineProcess() { return playinglist.process_mplayer; }
 
-bool startEngine(const QString &program, const QStringList &arguments)
+bool startEngine(const QString &program, const QStringList &arguments,
+                 const QProcessEnvironment &environment)
 {
     QProcess *process = playinglist.process_mplayer;
+    process->setProcessEnvironment(environment);
     process->start(program, arguments, QIODevice::ReadWrite);
     return process->waitForStarted(kStartTimeout);
 }

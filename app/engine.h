@@ -28,8 +28,9 @@ void discardEngine();
 // To connect to its signals.
 const QProcess *engineProcess();
 
-// Runs program. False where no process came up, for which it waits 30 s at most.
-bool startEngine(const QString &program, const QStringList &arguments);
+// Runs program in this environment. False where no process came up, for which it waits 30 s at most.
+bool startEngine(const QString &program, const QStringList &arguments,
+                 const QProcessEnvironment &environment);
 
 // True unless there is no process object or it is in the NotRunning state.
 bool engineRuns();

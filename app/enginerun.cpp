@@ -32,6 +32,24 @@ void EngineRun::heard(Remark::Kind kind)
         awaited = Remark::Other;
     else if (kind == Remark::OwnSubtitles)
         hasOwnSubtitles = true;
+    else if (kind == Remark::AddedSubtitle)
+        questionsBeforeSubtitle = -1;
+}
+
+void EngineRun::choose(const QByteArray &subtitle)
+{
+    chosenSubtitle = subtitle;
+    questionsBeforeSubtitle = questions;
+}
+
+// Everything is done and answered in its order, so the questions before the file say nothing.
+bool EngineRun::answeredWithoutSubtitle()
+{
+    ++answers;
+    if (questionsBeforeSubtitle < 0 || answers <= questionsBeforeSubtitle)
+        return false;
+    questionsBeforeSubtitle = -1;
+    return true;
 }
 
 bool EngineRun::failedAtOnce() const

@@ -20,6 +20,9 @@ struct EngineRun {
     bool rowsRemoved = false; // rows left the list since its start: its entry may have moved
     bool hasOwnSubtitles = false; // it told a subtitle stream of the medium
     QByteArray chosenSubtitle; // name sent to it last, until it tells the number it gave it
+    int questions = 0; // for the position
+    int answers = 0;
+    int questionsBeforeSubtitle = -1; // when a file was sent; -1 while none is awaited
     QElapsedTimer age; // since its start
     qint64 lifetime = -1; // ms; -1 while it is not known to have ended
     // What it still has to say before it plays. An engine that tells nothing at all plays.
@@ -28,6 +31,12 @@ struct EngineRun {
     void begin(const QString &address, bool byAnEnd);
     // Takes note of what it tells by itself.
     void heard(enginecommands::Remark::Kind kind);
+    // It is sent a subtitle file.
+    void choose(const QByteArray &subtitle);
+    // It is asked for its position, and answers. The answer is true once, where a subtitle file
+    // that was sent before the question was not taken: of that the engine says nothing.
+    void asked() { ++questions; }
+    bool answeredWithoutSubtitle();
     // It ended right away and without a position. For one that never came up, too.
     bool failedAtOnce() const;
     // It had begun to play and found nothing from the saved place on.

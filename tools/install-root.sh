@@ -27,7 +27,7 @@ install_root_is_ours() {
     done
     [ -w "$folder" ] || return 1
     local inside
-    for inside in "$install_root"/files{,/bin,/config}; do
+    for inside in "$install_root"/files{,/bin,/engine,/config}; do
         if [ -e "$inside" ] && [ ! -w "$inside" ]; then
             return 1
         fi

@@ -176,7 +176,7 @@ void MainWindow::openSubTitleFile()
         qDebug() << "subtitle name refused";
         return;
     }
-    run.chosenSubtitle = QFile::encodeName(name);
+    run.choose(QFile::encodeName(name));
     writeToEngine(command);
     writeToEngine(enginecommands::subVisible);
     writeToEngine(enginecommands::subSelect);

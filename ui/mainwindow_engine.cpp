@@ -8,6 +8,7 @@
 #include "dialogs.h"
 #include "engine.h"
 #include "enginecommands.h"
+#include "enginesettings.h"
 #include "fullscreenvideocontrl.h"
 #include "playorder.h"
 #include "speedwind.h"
@@ -24,7 +25,8 @@ constexpr int kPollInterval = 500; // ms
 bool launch(const QString &program, const QStringList &arguments, int index)
 {
     qDebug() << "arglist:" << arguments;
-    const bool started = startEngine(program, arguments);
+    const QProcessEnvironment environment = engineEnvironment(muteFlag ? 0 : defaultVolum);
+    const bool started = startEngine(program, arguments, environment);
     playinglist.state = 1;
     playinglist.addrIndex = index;
     return started;
@@ -129,8 +131,8 @@ void MainWindow::play(int index)
         resume();
 }
 
-// The volume, the delays and the subtitles in force are not told to the new engine, and what shows
-// them stays as it is: intended.
+// The new engine finds the volume in its settings. The delays and the subtitles in force it is not
+// told, and what shows them stays as it is: intended.
 void MainWindow::start(bool afterAnEnd)
 {
     if (addrNum <= 0 || isEnding())
@@ -194,6 +196,7 @@ void MainWindow::pollEngine()
     } else if (playingState) {
         writeToEngine(enginecommands::queryLength);
         writeToEngine(enginecommands::queryPosition);
+        run.asked();
     }
 }
 
@@ -229,6 +232,8 @@ void MainWindow::dataReceive()
             showLength(answer.seconds);
         else if (answer.kind == enginecommands::Answer::Position)
             showPosition(answer.seconds);
+        if (answer.kind == enginecommands::Answer::Position && run.answeredWithoutSubtitle())
+            showStateLabel("字幕格式不受支持", 2000);
     }
     limitUnreadOutput();
     processTimer->start(kPollInterval);

@@ -53,8 +53,10 @@ check depends "ffmpeg libc6 libgcc-s1 libqt5core5a libqt5gui5 libqt5multimedia5 
     "$(field Depends | tr ',' '\n' | sed 's/^ *//; s/ .*//' | sort | xargs)"
 check recommends "pulseaudio | pipewire-pulse, fonts-wqy-microhei | fonts-noto-cjk, vdpau-driver-all | vdpau-driver" \
     "$(field Recommends)"
-check no_settings_inside "" "$(find "$opened/opt" -path '*config*')"
+check no_settings_inside "" "$(find "$opened/opt" -path '*/files/config*')"
 check no_conffiles "" "$(cat "$opened/DEBIAN/conffiles" 2>/dev/null)"
+check settings_of_the_engine same "$(cmp -s "$packaging/engine/config" \
+    "$opened/opt/apps/com.quelmark.player/files/engine/config" && echo same)"
 check engine_is_a_link /usr/bin/mplayer "$(readlink "$opened/opt/apps/com.quelmark.player/files/bin/mplayer")"
 check owned_by_root "root/root" "$(dpkg-deb -c "$package" | awk '{ print $2 }' | sort -u)"
 check writable_by_root_alone "" "$(find "$opened" ! -type l -perm /022)"

@@ -12,6 +12,7 @@ private slots:
     void beginForgets();
     void whatItHears_data();
     void whatItHears();
+    void subtitleNotTaken();
     void foundNothingToResume();
     void missingFiles_data();
     void missingFiles();
@@ -26,7 +27,8 @@ void TestEngineRun::beginForgets()
     EngineRun run;
     run.started = run.resumed = run.lengthIsZero = run.positionTold = run.rowsRemoved = true;
     run.hasOwnSubtitles = true;
-    run.chosenSubtitle = "/a.srt";
+    run.choose("/a.srt");
+    run.asked();
     run.lifetime = 5;
     run.awaited = Remark::Begun;
     run.begin("/b.ts", true);
@@ -34,6 +36,7 @@ void TestEngineRun::beginForgets()
     QVERIFY(run.afterAnEnd);
     QVERIFY(!run.started && !run.resumed && !run.lengthIsZero && !run.positionTold);
     QVERIFY(!run.rowsRemoved && !run.hasOwnSubtitles && run.chosenSubtitle.isEmpty());
+    QVERIFY(!run.answeredWithoutSubtitle());
     QCOMPARE(run.lifetime, qint64(-1));
     QCOMPARE(int(run.awaited), int(Remark::Other));
     run.begin("/b.ts", false);
@@ -70,6 +73,37 @@ void TestEngineRun::whatItHears()
         run.heard(Remark::Kind(kind));
     QTEST(run.foundNothingToResume(), "plays");
     QCOMPARE(run.hasOwnSubtitles, remarks.contains(Remark::OwnSubtitles));
+}
+
+void TestEngineRun::subtitleNotTaken()
+{
+    EngineRun run;
+    run.asked();
+    QVERIFY(!run.answeredWithoutSubtitle()); // none was chosen
+    run.asked();
+    run.asked();
+    run.choose("/a.srt");
+    run.asked();
+    QCOMPARE(run.chosenSubtitle, QByteArray("/a.srt"));
+    QVERIFY(!run.answeredWithoutSubtitle()); // both were asked before
+    QVERIFY(!run.answeredWithoutSubtitle());
+    QVERIFY(run.answeredWithoutSubtitle());
+    run.asked();
+    QVERIFY(!run.answeredWithoutSubtitle()); // said once
+
+    run.choose("/b.srt");
+    run.asked();
+    run.heard(Remark::AddedSubtitle);
+    QVERIFY(!run.answeredWithoutSubtitle());
+    run.asked();
+    QVERIFY(!run.answeredWithoutSubtitle());
+
+    run.choose("/c.srt");
+    run.asked();
+    run.choose("/d.srt");
+    QVERIFY(!run.answeredWithoutSubtitle()); // the last one counts
+    run.asked();
+    QVERIFY(run.answeredWithoutSubtitle());
 }
 
 void TestEngineRun::foundNothingToResume()

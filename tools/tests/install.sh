@@ -15,10 +15,12 @@ install_into "$into"
 check lays_out_everything "drwxr-xr-x files/bin
 -rwxr-xr-x files/bin/tarnivo-player
 lrwxrwxrwx files/bin/mplayer
+drwxr-xr-x files/engine
+-rw-r--r-- files/engine/config
 drwxr-xr-x files/config
 -rw-r--r-- files/config/config.ini" "$(cd "$into" &&
-    for path in files/bin{,/tarnivo-player,/mplayer} files/config{,/config.ini}; do stat -c '%A %n' "$path"; done)"
-check nothing_more 3 "$(find "$into" ! -type d | wc -l)"
+    for path in files/bin{,/tarnivo-player,/mplayer} files/engine{,/config} files/config{,/config.ini}; do stat -c '%A %n' "$path"; done)"
+check nothing_more 4 "$(find "$into" ! -type d | wc -l)"
 check engine_is_a_link "$(command -v mplayer)" "$(readlink "$into/files/bin/mplayer")"
 check settings "[DEFAULT]
 first_start=1

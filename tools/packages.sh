@@ -29,7 +29,7 @@ virtual_display_packages=(
 )
 
 # What the tests add: looking at windows and pictures, pressing keys, a private sound server,
-# a private install root.
+# a private install root, locales other than the person's.
 test_packages=(
     xdotool
     wmctrl
@@ -38,6 +38,7 @@ test_packages=(
     bubblewrap
     sox
     librsvg2-bin
+    locales
 )
 
 # What bench/run adds: a private install root.

@@ -1,94 +1,19 @@
 // Subtitles are seen: the real engine draws them into the real window.
-#include "clips.h"
-#include "film.h"
-#include "screen.h"
-#include "whenopen.h"
+#include "subtitlebench.h"
 
-#include <QLineEdit>
-#include <QTest>
-
-#include <functional>
-
-class TestSubtitles : public QObject {
+class TestSubtitles : public QObject, protected SubtitleBench {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { open(Clips::oneColour("blue", 120)); }
+    void cleanup() { film.reset(); }
     void seenLargerSmallerMovedAndRemoved();
     void oddNames_data();
     void oddNames();
     void nameWithALineEnd();
     void amongOtherSubtitles_data();
     void amongOtherSubtitles();
-
-private:
-    void open(const QString &clip);
-    void choose(const QString &name);
-    QRect text() const;
-    QRect settledText() const;
-    bool waitForText(const std::function<bool(const QRect &)> &condition) const;
-
-    QScopedPointer<Film> film;
-    TestWindow *window = nullptr;
 };
-
-void TestSubtitles::init() { open(Clips::oneColour("blue", 120)); }
-
-void TestSubtitles::open(const QString &clip)
-{
-    film.reset();
-    film.reset(new Film(clip));
-    window = film->window.data();
-    QVERIFY(film->playsOn());
-    QTRY_VERIFY(!window->ui->stateLabel->isVisible()); // its letters are white as well
-}
-
-void TestSubtitles::cleanup() { film.reset(); }
-
-// Chooses a file in the dialog that the slot opens.
-void TestSubtitles::choose(const QString &name)
-{
-    WhenModal chosen([name](QWidget *dialog) {
-        auto *edit = dialog->findChild<QLineEdit *>("fileNameEdit");
-        QVERIFY(edit);
-        edit->setText(name);
-        QVERIFY(QMetaObject::invokeMethod(dialog, "accept"));
-    });
-    window->openSubTitleFile();
-    QVERIFY(chosen.happened());
-}
-
-// What the letters cover in the lower half of the picture; empty while there are none. The upper
-// half is the engine's own notices'.
-QRect TestSubtitles::text() const
-{
-    const QSize half(window->ui->playWidget->width(), window->ui->playWidget->height() / 2);
-    const QPoint corner = window->ui->playWidget->mapToGlobal(QPoint(0, half.height()));
-    const QImage picture = Screen::grab(QRect(corner, half));
-    return Screen::count(picture, Qt::white, 60) > 50 ? Screen::extent(picture, Qt::white, 60)
-                                                      : QRect();
-}
-
-bool TestSubtitles::waitForText(const std::function<bool(const QRect &)> &condition) const
-{
-    return QTest::qWaitFor([&] { return condition(text()); }, 15000);
-}
-
-// A change is drawn over some pictures.
-QRect TestSubtitles::settledText() const
-{
-    QRect last;
-    const bool settled = QTest::qWaitFor(
-        [&] {
-            const QRect before = last;
-            QTest::qWait(200);
-            last = text();
-            return last == before && !last.isEmpty();
-        },
-        15000);
-    return settled ? last : QRect();
-}
 
 void TestSubtitles::seenLargerSmallerMovedAndRemoved()
 {

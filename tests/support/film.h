@@ -20,6 +20,8 @@ public:
         screenShotPath = root->path() + "/shots/";
         QDir().mkpath(screenShotPath);
         QFile::link(QStringLiteral("/usr/bin/mplayer"), root->enginePath());
+        writeFile(root->path() + "/files/engine/config",
+                  readFile(QStringLiteral(SOURCE_DIR "/packaging/engine/config")));
         window.reset(new TestWindow);
         window->show();
         window->openAndDragFile(clip);

@@ -13,6 +13,8 @@ class TestSound : public QObject {
 
 private slots:
     void volumeAndMute();
+    void volumeOfANewFilm_data();
+    void volumeOfANewFilm();
     void doubleSpeed();
     void halfSpeed();
 };
@@ -106,6 +108,50 @@ void TestSound::volumeAndMute()
     QVERIFY(player.waitForEnd());
     QCOMPARE(player.exitCode(), 0);
     QCOMPARE(player.setting("default_volum"), QStringLiteral("0"));
+}
+
+void TestSound::volumeOfANewFilm_data()
+{
+    QTest::addColumn<bool>("remembers"); // the sound server gives each program its last volume
+    QTest::newRow("a server that forgets") << false;
+    QTest::newRow("a server that remembers") << true;
+}
+
+// What the slider shows is heard, without a move of it and without a command; muted is muted.
+void TestSound::volumeOfANewFilm()
+{
+    QFETCH(bool, remembers);
+    PrivatePulse pulse;
+    QVERIFY(pulse.isRunning());
+    if (remembers)
+        QVERIFY(pulse.load("module-stream-restore"));
+    const auto volume = [&pulse] { return pulse.volume(); };
+    Film film(Clips::oneColour("red", 120, true));
+    TestWindow *window = film.window.data();
+    QTRY_COMPARE_WITH_TIMEOUT(volume(), 30, 20000); // as the slider is at the start
+
+    window->ui->volumSlider->setValue(72);
+    QTRY_COMPARE_WITH_TIMEOUT(volume(), 72, 15000);
+    window->on_stopBtn_clicked();
+    QTRY_COMPARE(pulse.streams(), 0);
+    LogCapture log;
+    window->openAndDragFile(Clips::oneColour("blue", 120, true));
+    QTRY_COMPARE_WITH_TIMEOUT(volume(), 72, 20000);
+    QVERIFY(film.playsOn());
+    QCOMPARE(volume(), 72);
+    QVERIFY(levelWhen(pulse, [](double level) { return level > 0.01; }) > 0.01);
+    QVERIFY(!log.contains("volum is "));
+
+    window->on_volumBtn_clicked();
+    window->on_stopBtn_clicked();
+    QTRY_COMPARE(pulse.streams(), 0);
+    window->on_playBtn_clicked();
+    QVERIFY(film.playsOn());
+    QTRY_COMPARE(pulse.streams(), 1);
+    QCOMPARE(levelWhen(pulse, [](double level) { return level == 0; }), 0.0);
+    window->on_volumBtn_clicked();
+    QTRY_COMPARE_WITH_TIMEOUT(volume(), 72, 15000);
+    QVERIFY(levelWhen(pulse, [](double level) { return level > 0.01; }) > 0.01);
 }
 
 // The six buttons of the pop-up are the real ones; what moves is the time label.

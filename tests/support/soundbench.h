@@ -27,6 +27,10 @@ public:
     QByteArray record(int ms) const;
     // How many streams are being played now.
     int streams() const;
+    // The first one's volume in percent; -1 without one.
+    int volume() const;
+    // Adds a module to the server.
+    bool load(const QString &module) const;
 
     static double level(const QByteArray &sound); // root mean square, 0..1; a full sine has 0.707
     static double frequency(const QByteArray &sound); // the strongest of 50..5000 Hz; 0 for silence

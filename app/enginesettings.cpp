@@ -95,7 +95,7 @@ QString engineSettingsFolder(const EngineFolders &folders, int volume)
     // Each part begins outside of the sections of the one before.
     const QByteArray outside = "\n[default]\n";
     const QByteArray all =
-        ours + outside + "volume=" + QByteArray::number(volume) + outside + theirs;
+        ours + outside + "volume=" + QByteArray::number(qBound(0, volume, 100)) + outside + theirs;
     // The person's own settings may hold a password.
     const bool ready =
         QFile::setPermissions(folders.together,

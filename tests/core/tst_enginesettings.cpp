@@ -106,6 +106,10 @@ void TestEngineSettings::partsInTheirOrder()
 {
     QCOMPARE(engineSettingsFolder(folders, 30), folders.together);
     QCOMPARE(readFile(made()), QByteArray("[a]\nx=1\n\n[default]\nvolume=30\n[default]\n"));
+    for (int volume : {101, 5000}) {
+        QCOMPARE(engineSettingsFolder(folders, volume), folders.together);
+        QVERIFY(readFile(made()).contains("\nvolume=100\n")); // as far as the slider goes
+    }
     writeFile(folders.theirs + "/config", "ao=alsa\n[b]\ny=2");
     QCOMPARE(engineSettingsFolder(folders, 0), folders.together);
     QVERIFY(readFile(made()).endsWith("volume=0\n[default]\nao=alsa\n[b]\ny=2"));

@@ -22,6 +22,8 @@ private slots:
     void eachEngineForItself();
     void toldWhileTheHandleIsHeld();
     void toldWhilePaused();
+    void noticeOfOneNotTaken_data();
+    void noticeOfOneNotTaken();
 
 private:
     void playTelling(const QByteArray &lines);
@@ -221,6 +223,40 @@ void TestSubtitleFile::toldWhilePaused()
     QTRY_VERIFY(window->processTimer->isActive()); // the line has come
     QCOMPARE(sent([] {}), QByteArray());
     QCOMPARE(filesAskedFor(), QByteArrayList());
+}
+
+void TestSubtitleFile::noticeOfOneNotTaken_data()
+{
+    QTest::addColumn<bool>("taken");
+    QTest::newRow("taken") << true;
+    QTest::newRow("not taken") << false;
+}
+
+// Of a file that it does not take the engine says nothing, so the next answer tells it.
+void TestSubtitleFile::noticeOfOneNotTaken()
+{
+    QFETCH(bool, taken);
+    playTelling(QByteArray());
+    QTRY_VERIFY(!window->ui->stateLabel->isVisible());
+    if (taken)
+        engine->on("sub_load", EngineAction::print(added(1, file("a.srt"))));
+    const QByteArray commands =
+        "sub_load " + file("a.srt").toUtf8() + "\nsub_visibility 1\nsub_select 1\n";
+    choose(file("a.srt"));
+    QVERIFY(engine->waitForInput(commands));
+    QVERIFY(subTitleFlag);
+    if (taken) {
+        const int asked = engine->input().count("get_time_pos\n");
+        QVERIFY(engine->waitForInputCount("get_time_pos\n", asked + 3));
+        QVERIFY(window->ui->stateLabel->text() != "字幕格式不受支持");
+        return;
+    }
+    QTRY_COMPARE(window->ui->stateLabel->text(), QString("字幕格式不受支持"));
+    QVERIFY(window->ui->stateLabel->isVisible());
+    QTRY_VERIFY(!window->ui->stateLabel->isVisible());
+    const int asked = engine->input().count("get_time_pos\n");
+    QVERIFY(engine->waitForInputCount("get_time_pos\n", asked + 3));
+    QVERIFY(!window->ui->stateLabel->isVisible()); // said once
 }
 
 QTEST_MAIN(TestSubtitleFile)

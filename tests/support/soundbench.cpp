@@ -1,5 +1,6 @@
 #include "soundbench.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 #include <cmath>
@@ -97,6 +98,21 @@ QByteArray PrivatePulse::record(int ms) const
 int PrivatePulse::streams() const
 {
     return output(QStringLiteral("pactl"), {"list", "short", "sink-inputs"}).count('\n');
+}
+
+int PrivatePulse::volume() const
+{
+    static const QRegularExpression percent("\\n\\s+Volume: [^\\n]*?(\\d+)%");
+    const QByteArray inputs = output(QStringLiteral("pactl"), {"list", "sink-inputs"});
+    const QRegularExpressionMatch match = percent.match(QString::fromUtf8(inputs));
+    return match.hasMatch() ? match.captured(1).toInt() : -1;
+}
+
+bool PrivatePulse::load(const QString &module) const
+{
+    int status = -1;
+    output(QStringLiteral("pactl"), {"load-module", module}, &status);
+    return status == 0;
 }
 
 double PrivatePulse::level(const QByteArray &sound)

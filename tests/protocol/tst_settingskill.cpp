@@ -4,7 +4,9 @@
 #include "longform.h"
 #include "testsupport.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QLockFile>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -35,6 +37,15 @@ int workUntilKilled(const QString &root, int step)
     }
 }
 
+// As if a little more than a second had gone by since somebody made this lock.
+void makeOld(const QString &lock)
+{
+    QFile file(lock);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.setFileTime(QDateTime::currentDateTime().addMSecs(-1100),
+                             QFileDevice::FileModificationTime));
+}
+
 } // namespace
 
 class TestSettingsKill : public QObject {
@@ -53,7 +64,10 @@ void TestSettingsKill::killedAtRandom()
     InstallRoot root;
     LogCapture log;
     const QString lock = root.configFile() + ".lock";
-    writeFile(root.configFile(), "[DEFAULT]\nfirst_start=1\ndefault_last_time=1\nother=kept\n");
+    // It names its list: reading settings that don't saves one, and that would wait for a lock
+    // which the first kill has left unsigned.
+    writeFile(root.configFile(),
+              "[DEFAULT]\nfirst_start=1\ndefault_last_time=1\nrecord_file=/r.json\nother=kept\n");
     setDefaultConfig("0", SettingDefaultVolum);
     QRandomGenerator random(4711);
     int step = 1;
@@ -84,7 +98,7 @@ void TestSettingsKill::killedAtRandom()
         // Killed in the instant between making its lock and signing it, the worker has left a lock
         // that is taken for alive at first.
         if (QFile::exists(lock) && readFile(lock).isEmpty())
-            QTest::qSleep(1100);
+            makeOld(lock);
         QElapsedTimer clock;
         clock.start();
         setDefaultConfig(QString("/图片/%1, a").arg(step - 1), SettingSnapPath);
@@ -98,7 +112,7 @@ void TestSettingsKill::unsignedLock()
     InstallRoot root;
     const QString lock = root.configFile() + ".lock";
     writeFile(lock, QByteArray());
-    QTest::qSleep(1100);
+    makeOld(lock);
     QElapsedTimer clock;
     clock.start();
     setDefaultConfig("42", SettingDefaultVolum);
@@ -112,9 +126,10 @@ void TestSettingsKill::unsignedLock()
 void TestSettingsKill::lockOfTheLiving()
 {
     InstallRoot root;
-    QLockFile lock(root.configFile() + ".lock");
+    const QString path = root.configFile() + ".lock";
+    QLockFile lock(path);
     QVERIFY(lock.lock());
-    QTest::qSleep(1100);
+    makeOld(path);
     QElapsedTimer clock;
     clock.start();
     std::thread holder([&lock] {

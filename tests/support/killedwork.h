@@ -30,9 +30,11 @@ inline bool canTrace()
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-// Runs work in a copy of this process and kills it at its system call number count (entries and
-// returns are counted). Returns false when the work was done before.
-inline bool killAtSystemCall(int count, const std::function<void()> &work)
+// Runs work in a copy of this process, which stops at each entry into a system call and each return
+// from one; goOn gets their number, counted from 1, and the copy is killed there when it says
+// false. Returns whether it was.
+inline bool stopAtSystemCalls(const std::function<void()> &work,
+                              const std::function<bool(int)> &goOn)
 {
     const pid_t child = fork();
     if (child == 0) {
@@ -44,15 +46,22 @@ inline bool killAtSystemCall(int count, const std::function<void()> &work)
     int status = 0;
     waitpid(child, &status, 0);
     ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_EXITKILL);
-    for (int i = 0; i < count && WIFSTOPPED(status); ++i) {
+    for (int count = 1; WIFSTOPPED(status); ++count) {
         ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
         waitpid(child, &status, 0);
+        if (WIFSTOPPED(status) && !goOn(count)) {
+            kill(child, SIGKILL);
+            waitpid(child, &status, 0);
+            return true;
+        }
     }
-    if (!WIFSTOPPED(status))
-        return false;
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return true;
+    return false;
+}
+
+// Kills it at its system call number count. Returns false when the work was done before.
+inline bool killAtSystemCall(int count, const std::function<void()> &work)
+{
+    return stopAtSystemCalls(work, [count](int stop) { return stop < count; });
 }
 
 // Killed between naming the new list and moving it into place, a process leaves it behind. Copies

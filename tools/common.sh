@@ -134,6 +134,28 @@ ensure_packages() {
             "$by_hand"
 }
 
+# Whether a package can be added without anything being removed for it.
+can_be_added() {
+    local plan
+    plan=$(LC_ALL=C apt-get install -s -q --no-install-recommends "$1" 2>/dev/null </dev/null) &&
+        ! grep -q '^Remv ' <<<"$plan"
+}
+
+# Installs the sound server if it can be added, and says so otherwise.
+ensure_sound_server() {
+    if [ -z "$(missing_packages "$sound_server_package")" ]; then
+        return
+    fi
+    if ! compgen -G '/var/lib/apt/lists/*_Packages*' >/dev/null && can_become_root; then
+        as_root apt-get update -q </dev/null >&2 || true # without lists nothing can be added
+    fi
+    if can_be_added "$sound_server_package"; then
+        ensure_packages "$sound_server_package"
+    else
+        say "$sound_server_package can't be added to what is installed here; the sound tests are skipped"
+    fi
+}
+
 # The folder and what is in it must be ours to write before anything is built in it.
 ensure_writable() {
     local folder=$1

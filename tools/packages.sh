@@ -70,7 +70,6 @@ fuzz_packages=(
     libclang-rt-dev
 )
 
-# The sound server of the sound tests. It conflicts with PipeWire's replacement for it, and a
-# desktop's sound must not be taken away for a test: there these tests do without.
+# The sound server of the sound tests. PipeWire's replacement for it conflicts with it, and a desktop's
+# sound must not be taken away for a test: there these tests do without (ensure_sound_server).
 sound_server_package=pulseaudio
-sound_server_conflicts=(pipewire-alsa pipewire-audio)

@@ -97,7 +97,8 @@ void TestPicture::theNextPictureFollows()
 void TestPicture::soundIsHeard()
 {
     PrivatePulse pulse;
-    QVERIFY(pulse.isRunning());
+    if (!pulse.isRunning())
+        QSKIP(pulse.missing());
     InstalledPlayer player;
     player.setConfig(config(0));
     QVERIFY(player.start({Clips::oneColour("red", 20, true)}));

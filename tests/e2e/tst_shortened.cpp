@@ -48,14 +48,15 @@ void setUpHistory(const QString &file)
 void TestShortened::playsFromTheBeginning_data()
 {
     QTest::addColumn<QString>("file");
-    QTest::newRow("mp3") << Clips::audioOnly(40);
-    QTest::newRow("mp3 with a picture") << Clips::audioWithCover(40);
+    QTest::addColumn<bool>("sounds");
+    QTest::newRow("mp3") << Clips::audioOnly(40) << true;
+    QTest::newRow("mp3 with a picture") << Clips::audioWithCover(40) << true;
     for (bool sound : {false, true}) {
         const char *what = sound ? "with sound" : "silent";
-        QTest::addRow("ts, %s", what) << clip("ts", {}, sound);
-        QTest::addRow("flv, %s", what) << clip("flv", {"-ar", "44100"}, sound);
-        QTest::addRow("mpg, %s", what) << clip("mpg", {}, sound);
-        QTest::addRow("wmv, %s", what) << clip("wmv", {}, sound);
+        QTest::addRow("ts, %s", what) << clip("ts", {}, sound) << sound;
+        QTest::addRow("flv, %s", what) << clip("flv", {"-ar", "44100"}, sound) << sound;
+        QTest::addRow("mpg, %s", what) << clip("mpg", {}, sound) << sound;
+        QTest::addRow("wmv, %s", what) << clip("wmv", {}, sound) << sound;
     }
 }
 
@@ -63,8 +64,10 @@ void TestShortened::playsFromTheBeginning_data()
 void TestShortened::playsFromTheBeginning()
 {
     QFETCH(QString, file);
+    QFETCH(bool, sounds);
     PrivatePulse pulse;
-    QVERIFY(pulse.isRunning());
+    if (sounds && !pulse.isRunning())
+        QSKIP(pulse.missing());
     Film film(Clips::oneColour("blue", 10));
     TestWindow &window = *film.window;
     window.on_stopBtn_clicked();

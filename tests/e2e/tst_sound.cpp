@@ -60,7 +60,8 @@ double pace(const TestWindow &window)
 void TestSound::volumeAndMute()
 {
     PrivatePulse pulse;
-    QVERIFY(pulse.isRunning());
+    if (!pulse.isRunning())
+        QSKIP(pulse.missing());
     InstalledPlayer player;
     player.setConfig("[DEFAULT]\nfirst_start=0\ndefault_volum=80\ndecode_flag=0\n");
     QVERIFY(player.start({Clips::oneColour("red", 120, true)}));
@@ -161,7 +162,8 @@ void TestSound::volumeOfANewFilm()
 void TestSound::doubleSpeed()
 {
     PrivatePulse pulse;
-    QVERIFY(pulse.isRunning());
+    if (!pulse.isRunning())
+        QSKIP(pulse.missing());
     Film film(Clips::oneColour("red", 120, true));
     QTRY_COMPARE_WITH_TIMEOUT(pulse.streams(), 1, 20000);
     const double usual = pace(*film.window);
@@ -180,7 +182,8 @@ void TestSound::doubleSpeed()
 void TestSound::halfSpeed()
 {
     PrivatePulse pulse;
-    QVERIFY(pulse.isRunning());
+    if (!pulse.isRunning())
+        QSKIP(pulse.missing());
     Film film(Clips::oneColour("red", 120, true));
     QTRY_COMPARE_WITH_TIMEOUT(pulse.streams(), 1, 20000);
     film.window->sw->speed050->click();

@@ -1,6 +1,7 @@
 #include "soundbench.h"
 
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTest>
 
 #include <cmath>
@@ -35,6 +36,12 @@ double strength(const qint16 *samples, int count, double hertz)
 
 PrivatePulse::PrivatePulse()
 {
+    for (const char *program : {"pulseaudio", "pactl", "parec"}) {
+        if (QStandardPaths::findExecutable(program).isEmpty()) {
+            lacking = QByteArray("there is no ") + program;
+            return;
+        }
+    }
     const QString socket = dir.filePath(QStringLiteral("native"));
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), dir.path());
@@ -49,20 +56,19 @@ PrivatePulse::PrivatePulse()
                   "--exit-idle-time=-1", "--disable-shm=yes", "--high-priority=no", "--realtime=no",
                   "-L", "module-native-protocol-unix auth-anonymous=1 socket=" + socket, "-L",
                   "module-null-sink sink_name=bench channels=2 rate=" + QString::number(rate)});
-    if (!server.waitForStarted())
-        return;
     variable.reset(new EnvironmentVariable("PULSE_SERVER", "unix:" + QFile::encodeName(socket)));
-    const auto answers = [] {
-        int status = -1;
-        output(QStringLiteral("pactl"), {"info"}, &status);
-        return status == 0;
-    };
-    if (!QTest::qWaitFor(answers, 15000))
-        qWarning("the private sound server does not answer");
+    // Its output comes a little later than the server; one that has ended has none.
+    const bool begun = server.waitForStarted() &&
+        QTest::qWaitFor([this] { return server.state() == QProcess::NotRunning || hasOutput(); },
+                        15000);
+    if (!begun || server.state() == QProcess::NotRunning)
+        lacking = "the private sound server gives no output";
 }
 
 PrivatePulse::~PrivatePulse()
 {
+    if (server.state() == QProcess::NotRunning)
+        return;
     server.terminate();
     if (!server.waitForFinished(3000)) {
         server.kill();
@@ -70,10 +76,9 @@ PrivatePulse::~PrivatePulse()
     }
 }
 
-bool PrivatePulse::isRunning() const
+bool PrivatePulse::hasOutput() const
 {
-    return server.state() == QProcess::Running &&
-        output(QStringLiteral("pactl"), {"list", "short", "sinks"}).contains("bench");
+    return output(QStringLiteral("pactl"), {"list", "short", "sinks"}).contains("bench");
 }
 
 QByteArray PrivatePulse::record(int ms) const

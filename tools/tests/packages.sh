@@ -50,6 +50,31 @@ no_sudo() {
     ensure_packages cmake
 }
 check no_sudo "1; says what to do" "$(outcome no_sudo)"
+# The sound server, on machines where it goes with what is installed and where it doesn't.
+simulated() { # what "apt-get install -s" says, and its status
+    printf '%s\n' "$1" >"$calls.plan"
+    printf '%s\n' "$2" >"$calls.status"
+}
+stand_in apt-get 'case "$*" in "install -s "*) cat "$calls.plan"; exit "$(cat "$calls.status")" ;; esac
+echo "apt-get $*" >>"$calls"'
+stand_in id 'echo 0'
+simulated 'Inst pulseaudio (16.1 Debian:12 [amd64])' 0
+check sound_server_is_added "0$update; apt-get install pulseaudio" \
+    "$(outcome ensure_sound_server | sed 's/; apt-get update; apt-get update/; apt-get update/')"
+left_out() {
+    outcome ensure_sound_server | sed 's/; apt-get update//'
+    sed 's/^.*: /; /' "$scratch/out"
+}
+without="0; pulseaudio can't be added to what is installed here; the sound tests are skipped"
+simulated 'Remv pipewire-alsa [0.3.65]' 0
+check sound_server_would_remove_another "$without" "$(left_out)"
+simulated 'pipewire-alsa : Conflicts: pulseaudio' 100
+check sound_server_is_excluded "$without" "$(left_out)"
+simulated '' 100
+stand_in dpkg-query 'printf "%s\n" "installed pulseaudio"'
+check sound_server_is_there 0 "$(outcome ensure_sound_server)"
+stand_in id 'echo 1000'
+
 no_debian() {
     command() {
         [ "$*" != "-v apt-get" ] && builtin command "$@"

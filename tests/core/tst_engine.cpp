@@ -1,4 +1,5 @@
 #include "common.h"
+#include "enginebench.h"
 #include "enginecommands.h"
 #include "engine.h"
 #include "testsupport.h"
@@ -136,8 +137,9 @@ void TestEngineProcess::runningOrNot()
 void TestEngineProcess::writesAreExact()
 {
     using namespace enginecommands;
-    const QString transcript = folder->filePath("transcript");
-    startScript("exec cat >\"$1\"", {transcript});
+    const StandInEngine engine(folder->path());
+    process->start(engine.path(), QStringList());
+    QVERIFY(process->waitForStarted());
     const QList<QByteArray> commands = {queryLength,
                                         queryPosition,
                                         togglePause,
@@ -152,8 +154,8 @@ void TestEngineProcess::writesAreExact()
     for (const QByteArray &command : commands)
         writeToEngine(command);
     process->closeWriteChannel();
-    QVERIFY(process->waitForFinished());
-    QCOMPARE(readFile(transcript),
+    QTRY_VERIFY(engine.last().inputClosed);
+    QCOMPARE(engine.input(),
              QByteArray("get_time_length\nget_time_pos\npause\nscreenshot 0get_time_length\n"
                         "seek 95 2\nseek 12 2pause\naudio_delay 0.500000\n"
                         "sub_load /\xe5\xad\x97\\ \xe5\xb9\x95.srt\n"));
@@ -171,12 +173,13 @@ void TestEngineProcess::writesToADeadEngineAreLost()
     QCOMPARE(log.lines(), QStringList());
 
     // None of it reaches the next engine.
-    const QString transcript = folder->filePath("transcript");
-    startScript("exec cat >\"$1\"", {transcript});
+    const StandInEngine engine(folder->path());
+    process->start(engine.path(), QStringList());
+    QVERIFY(process->waitForStarted());
     writeToEngine("seek 1 2\n");
     process->closeWriteChannel();
-    QVERIFY(process->waitForFinished());
-    QCOMPARE(readFile(transcript), QByteArray("seek 1 2\n"));
+    QTRY_VERIFY(engine.last().inputClosed);
+    QCOMPARE(engine.input(), QByteArray("seek 1 2\n"));
 }
 
 void TestEngineProcess::writesToAnEngineThatWasQuitAreLost()

@@ -4,6 +4,7 @@
 #include "proberecord.h"
 #include "processes.h"
 #include "testsupport.h"
+#include "toolbench.h"
 
 #include <QDir>
 #include <QTextCodec>
@@ -18,41 +19,30 @@
 
 namespace {
 
-// A stand-in ffprobe in front of PATH. It notes its arguments, each ended by a NUL, and prints an
-// answer. The working folder is an empty one of its own while it lives.
+// The stand-in ffprobe, and an empty working folder while it lives.
 class StubProbe {
 public:
     StubProbe()
-        : prefix(dir.filePath("bin"))
-        , log("PROBE_LOG", QFile::encodeName(dir.filePath("arguments")))
-        , answer("PROBE_ANSWER", QFile::encodeName(dir.filePath("answer")))
-        , previousFolder(QDir::currentPath())
+        : previousFolder(QDir::currentPath())
     {
         setAnswer("{\n    \"streams\": [\n    ]\n}\n");
-        const QString program = dir.filePath("bin/ffprobe");
-        writeFile(program,
-                  "#!/bin/sh\nprintf '%s\\0' \"$@\" >>\"$PROBE_LOG\"\n"
-                  "while [ -e \"$PROBE_ANSWER.held\" ]; do sleep 0.01; done\n"
-                  "cat \"$PROBE_ANSWER\"\n");
-        QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        QDir(dir.path()).mkdir("work");
-        QDir::setCurrent(dir.filePath("work"));
+        QDir::setCurrent(work.path());
     }
     ~StubProbe() { QDir::setCurrent(previousFolder); }
 
-    void setAnswer(const QByteArray &text) { writeFile(dir.filePath("answer"), text); }
+    void setAnswer(const QByteArray &text) { tools.setProbeAnswer(text); }
 
     // What the tool was called with since the last call of this.
     QList<QByteArray> arguments()
     {
-        const QString path = dir.filePath("arguments");
-        QList<QByteArray> all = ::readFile(path).split('\0');
-        all.removeLast();
-        QFile::remove(path);
+        QList<QByteArray> all;
+        const QList<QByteArrayList> calls = tools.probeCalls();
+        while (told < calls.size())
+            all += calls.at(told++);
         return all;
     }
 
-    bool wasCalled() const { return QFile::exists(dir.filePath("arguments")); }
+    bool wasCalled() const { return tools.probeCalls().size() > told; }
 
     // The files it was called with since the last call of arguments() or of this.
     QByteArrayList files()
@@ -65,29 +55,28 @@ public:
     }
 
     // From now on it answers only when it may go on.
-    void holdUp() { writeFile(dir.filePath("answer.held"), "1"); }
-    void goOn() { QFile::remove(dir.filePath("answer.held")); }
+    void holdUp() { tools.holdProbes(true); }
+    void goOn() { tools.holdProbes(false); }
     int running() const
     {
-        const QByteArray mark = "PROBE_LOG=" + QFile::encodeName(dir.filePath("arguments"));
-        const QList<qint64> all = Processes::withEnvironment(mark);
-        return int(std::count_if(all.begin(), all.end(), [](qint64 process) {
-            return Processes::arguments(process).value(1).endsWith("/ffprobe");
+        const QByteArray program = QFile::encodeName(tools.folder()) + "/ffprobe";
+        const QList<qint64> all = Processes::withProgram("/bin/sh");
+        return int(std::count_if(all.begin(), all.end(), [&](qint64 process) {
+            return Processes::arguments(process).value(1) == program;
         }));
     }
 
     QStringList strayFiles() const
     {
-        return QDir(dir.filePath("work"))
+        return QDir(work.path())
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     }
 
 private:
-    QTemporaryDir dir;
-    PathPrefix prefix;
-    EnvironmentVariable log;
-    EnvironmentVariable answer;
+    StandInTools tools;
+    QTemporaryDir work;
     QString previousFolder;
+    int told = 0;
 };
 
 // What a shell, a format or a toolkit could take for more than a part of a name.

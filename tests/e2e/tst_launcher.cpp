@@ -50,7 +50,7 @@ until [ "$(started)" -ge $calls ] || [ $tries -ge 1000 ]; do
 done
 exec cat "$tools/ffprobe.out"
 )script";
-    writeFile(tools.folder() + "/ffprobe", "#!/bin/sh\n" + folders + script);
+    writeProgram(tools.folder() + "/ffprobe", folders + script);
 }
 
 // What the engine was started on, in order, when the launcher was given these. Empty when it
@@ -217,11 +217,8 @@ void TestLauncher::withoutADisplay()
     // The launcher sees these programs, and no other notifier.
     for (const char *tool : {"sh", "locale", "timeout", "grep"})
         QVERIFY(QFile::link(QStandardPaths::findExecutable(tool), dir.filePath(tool)));
-    if (!notifier.isEmpty()) {
-        writeFile(dir.filePath("notify-send"), "#!/bin/sh\n" + notifier);
-        QFile::setPermissions(dir.filePath("notify-send"),
-                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
+    if (!notifier.isEmpty())
+        writeProgram(dir.filePath("notify-send"), notifier);
     QProcess launcher;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("PATH", dir.path());

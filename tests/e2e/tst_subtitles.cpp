@@ -110,14 +110,7 @@ QString filmWithStreams(int streams, const QString &ending, const QString &codec
               << "0";
     for (int i = 1; i <= streams; i++)
         arguments << "-map" << QString::number(i);
-    arguments << "-c:v"
-              << "libx264"
-              << "-preset"
-              << "ultrafast"
-              << "-pix_fmt"
-              << "yuv420p"
-              << "-g"
-              << "25";
+    arguments << Clips::h264();
     if (streams > 0)
         arguments << "-c:s" << codec;
     return Clips::make(QString("subtitled-%1-%2.%3").arg(streams).arg(codec, ending), arguments);

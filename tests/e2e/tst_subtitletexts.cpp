@@ -1,5 +1,5 @@
 // The same text is the same picture, whatever its file is written in and whatever the locale is.
-#include "engineprocess.h"
+#include "engine.h"
 #include "longform.h"
 #include "subtitlebench.h"
 

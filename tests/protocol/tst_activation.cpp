@@ -1,5 +1,5 @@
 // Activation, cursors, and pop-ups that go with the window or the mouse.
-#include "windowbench.h"
+#include "playerbench.h"
 
 class TestActivation : public QObject {
     Q_OBJECT
@@ -24,14 +24,14 @@ private:
     bool barShown() const { return bench->barShown(); }
     bool barHidden() const { return bench->barHidden(); }
 
-    QScopedPointer<WindowBench> bench;
+    QScopedPointer<PlayerBench> bench;
     TestWindow *window = nullptr;
 };
 
 void TestActivation::init()
 {
-    bench.reset(new WindowBench);
-    window = bench->window.data();
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
     QVERIFY(window->windowActiveFlag);
     window->fsvc->mouseTimer->stop();
 }

@@ -1,17 +1,17 @@
 // Volume, mute, speed and the decode mode: what the user sees and every byte the engine is sent,
 // with and without something playing.
-#include "adjustmentsbench.h"
+#include "playerbench.h"
 
 #include <QPushButton>
 #include <QSettings>
 #include <QToolButton>
 
-class TestAdjustments : public QObject, protected AdjustmentsBench {
+class TestAdjustments : public QObject {
     Q_OBJECT
 
 private slots:
-    void init() { setUp(); }
-    void cleanup() { tearDown(); }
+    void init();
+    void cleanup() { bench.reset(); }
 
     void volumeIcons_data();
     void volumeIcons();
@@ -31,16 +31,21 @@ private slots:
     void decodeChangeWhilePaused();
     void decodeChangeWhileStopped();
     void decodeForthAndBackKeepsTheWorker();
+
+private:
+    QScopedPointer<PlayerBench> bench;
+    TestWindow *window = nullptr;
 };
 
-static QImage iconOf(const QAbstractButton *button)
+void TestAdjustments::init()
 {
-    return button->icon().pixmap(25, 25).toImage();
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
 }
 
-static QImage picture(const QString &name)
+static bool shows(const QAbstractButton *button, const QString &name)
 {
-    return QIcon(":/image/controlicon/" + name + ".png").pixmap(25, 25).toImage();
+    return sameIcon(button->icon(), ":/image/controlicon/" + name + ".png");
 }
 
 void TestAdjustments::volumeIcons_data()
@@ -62,50 +67,53 @@ void TestAdjustments::volumeIcons()
     QFETCH(QString, icon);
     window->ui->volumSlider->setValue(volume);
     window->lastVol = 77;
-    const QImage barBefore = iconOf(window->fsvc->voiceBtn);
+    const QIcon barBefore = window->fsvc->voiceBtn->icon();
     window->volumSliderMoved();
     QCOMPARE(defaultVolum, volume);
-    QCOMPARE(iconOf(window->ui->volumBtn), picture(icon));
+    QVERIFY(shows(window->ui->volumBtn, icon));
     QCOMPARE(window->ui->volumSlider->toolTip(), "音量：" + QString::number(volume));
     QCOMPARE(muteFlag, volume == 0);
     QCOMPARE(window->lastVol, volume == 0 ? 10 : 77);
     // Mute always reaches the bar's button, a volume only while the bar is shown.
-    QCOMPARE(iconOf(window->fsvc->voiceBtn), volume == 0 ? picture("mute") : barBefore);
+    if (volume == 0)
+        QVERIFY(shows(window->fsvc->voiceBtn, "mute"));
+    else
+        QCOMPARE(window->fsvc->voiceBtn->icon().cacheKey(), barBefore.cacheKey());
     if (volume != 0) {
         QCOMPARE(window->ui->stateLabel->text(), "音量:" + QString::number(volume));
         QVERIFY(window->ui->stateLabel->isVisible());
         QCOMPARE(window->stateLabelTimer->interval(), 1000);
         window->fsvc->state = true;
         window->volumSliderMoved();
-        QCOMPARE(iconOf(window->fsvc->voiceBtn), picture(icon));
+        QVERIFY(shows(window->fsvc->voiceBtn, icon));
     }
 }
 
 void TestAdjustments::volumeReachesTheEngine()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->ui->volumSlider->setValue(55);
-    QCOMPARE(sent([&] { window->volumSliderMoved(); }), QByteArray("volume 55 2\n"));
+    QCOMPARE(bench->sent([&] { window->volumSliderMoved(); }), QByteArray("volume 55 2\n"));
     window->ui->volumSlider->setValue(0);
-    QCOMPARE(sent([&] { window->volumSliderMoved(); }), QByteArray("volume 0 2\n"));
+    QCOMPARE(bench->sent([&] { window->volumSliderMoved(); }), QByteArray("volume 0 2\n"));
 }
 
 void TestAdjustments::volumeNotSentWhenPaused()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->on_playBtn_clicked();
-    QCOMPARE(sent([&] {
-                 window->volumSliderMoved();
-                 window->on_volumBtn_clicked();
-                 window->on_volumBtn_clicked();
-             }),
+    QCOMPARE(bench->sent([&] {
+        window->volumSliderMoved();
+        window->on_volumBtn_clicked();
+        window->on_volumBtn_clicked();
+    }),
              QByteArray());
 }
 
 void TestAdjustments::sliderIsDebounced()
 {
-    play();
-    const QByteArray input = sent([&] {
+    QVERIFY(bench->playFilm());
+    const QByteArray input = bench->sent([&] {
         for (int volume = 31; volume <= 45; volume++)
             window->ui->volumSlider->setValue(volume);
         QCOMPARE(window->volumSliderTimer->interval(), 100);
@@ -119,9 +127,9 @@ void TestAdjustments::sliderIsDebounced()
 
 void TestAdjustments::pressAndReleaseAreDirect()
 {
-    play();
+    QVERIFY(bench->playFilm());
     QSlider *slider = window->ui->volumSlider;
-    const QByteArray input = sent([&] {
+    const QByteArray input = bench->sent([&] {
         slider->setSliderDown(true);
         slider->setSliderDown(false);
     });
@@ -130,19 +138,19 @@ void TestAdjustments::pressAndReleaseAreDirect()
 
 void TestAdjustments::muteAndBack()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->ui->volumSlider->setValue(70);
     QTRY_VERIFY(!window->volumSliderTimer->isActive());
-    QCOMPARE(sent([&] { QTest::mouseClick(window->ui->volumBtn, Qt::LeftButton); }),
+    QCOMPARE(bench->sent([&] { QTest::mouseClick(window->ui->volumBtn, Qt::LeftButton); }),
              QByteArray("mute 1\n"));
     QVERIFY(muteFlag);
     QCOMPARE(window->lastVol, 70);
-    QCOMPARE(iconOf(window->ui->volumBtn), picture("mute"));
-    QCOMPARE(iconOf(window->fsvc->voiceBtn), picture("mute"));
-    QCOMPARE(sent([&] { QTest::mouseClick(window->ui->volumBtn, Qt::LeftButton); }),
+    QVERIFY(shows(window->ui->volumBtn, "mute"));
+    QVERIFY(shows(window->fsvc->voiceBtn, "mute"));
+    QCOMPARE(bench->sent([&] { QTest::mouseClick(window->ui->volumBtn, Qt::LeftButton); }),
              QByteArray("volume 70 2\nmute 0\n"));
     QVERIFY(!muteFlag);
-    QCOMPARE(iconOf(window->ui->volumBtn), picture("vol3"));
+    QVERIFY(shows(window->ui->volumBtn, "vol3"));
 }
 
 void TestAdjustments::muteWithNothingPlaying()
@@ -151,29 +159,32 @@ void TestAdjustments::muteWithNothingPlaying()
     QVERIFY(muteFlag);
     window->on_volumBtn_clicked();
     QVERIFY(!muteFlag);
-    QVERIFY(engine->starts().isEmpty());
+    QVERIFY(bench->engine.starts().isEmpty());
 }
 
 // Taking the mute away with the slider at zero mutes again and clears the flag all the same.
 void TestAdjustments::muteAtZero()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->ui->volumSlider->setValue(0);
     QTRY_VERIFY(!window->volumSliderTimer->isActive());
     QVERIFY(muteFlag);
-    QCOMPARE(sent([&] { window->on_volumBtn_clicked(); }), QByteArray("volume 0 2\nmute 0\n"));
+    QCOMPARE(bench->sent([&] { window->on_volumBtn_clicked(); }),
+             QByteArray("volume 0 2\nmute 0\n"));
     QVERIFY(!muteFlag);
-    QCOMPARE(iconOf(window->ui->volumBtn), picture("mute"));
+    QVERIFY(shows(window->ui->volumBtn, "mute"));
 }
 
 // The bar's value is not used, only whether it is zero.
 void TestAdjustments::barVolume()
 {
-    play();
-    QCOMPARE(sent([&] { window->fsvc->voiceSlider->setValue(70); }), QByteArray("volume 30 2\n"));
+    QVERIFY(bench->playFilm());
+    QCOMPARE(bench->sent([&] { window->fsvc->voiceSlider->setValue(70); }),
+             QByteArray("volume 30 2\n"));
     QCOMPARE(window->ui->volumSlider->value(), 30);
-    QCOMPARE(sent([&] { window->fsvc->voiceSlider->setValue(0); }), QByteArray("mute 1\n"));
-    QCOMPARE(sent([&] { emit window->fsvc->volumSignal(0); }), QByteArray("volume 30 2\nmute 0\n"));
+    QCOMPARE(bench->sent([&] { window->fsvc->voiceSlider->setValue(0); }), QByteArray("mute 1\n"));
+    QCOMPARE(bench->sent([&] { emit window->fsvc->volumSignal(0); }),
+             QByteArray("volume 30 2\nmute 0\n"));
 }
 
 void TestAdjustments::speeds_data()
@@ -197,14 +208,14 @@ void TestAdjustments::speeds()
     QFETCH(int, code);
     QFETCH(QString, text);
     QFETCH(QByteArray, command);
-    play();
+    QVERIFY(bench->playFilm());
     LogCapture log;
-    QCOMPARE(sent([&] { emit window->sw->changeSpeed(percent); }), command);
+    QCOMPARE(bench->sent([&] { emit window->sw->changeSpeed(percent); }), command);
     QCOMPARE(window->currentSpeed, code);
     QCOMPARE(window->ui->speedSetBtn->text(), text);
     QVERIFY(log.contains("speed is  "));
     window->on_playBtn_clicked(); // paused: sent all the same
-    QCOMPARE(sent([&] { emit window->fsvc->speedSetSignal(percent); }), command);
+    QCOMPARE(bench->sent([&] { emit window->fsvc->speedSetSignal(percent); }), command);
     window->on_stopBtn_clicked();
     QCOMPARE(window->currentSpeed, 2);
     QCOMPARE(window->ui->speedSetBtn->text(), QString("倍速"));
@@ -215,7 +226,7 @@ void TestAdjustments::speedWithNothingPlaying()
     window->recvChangeSpeed(200);
     QCOMPARE(window->currentSpeed, 5);
     QCOMPARE(window->ui->speedSetBtn->text(), QString("2.0x"));
-    QVERIFY(engine->starts().isEmpty());
+    QVERIFY(bench->engine.starts().isEmpty());
 }
 
 void TestAdjustments::speedButtonOpensThePopUp()
@@ -240,15 +251,15 @@ static QString storedDecodeFlag(const InstallRoot &root)
 
 void TestAdjustments::decodeChangeWhilePlaying()
 {
-    play();
+    QVERIFY(bench->playFilm());
     decodeFlag = 1;
     emit window->m_titleBar->decodeSetSignal();
-    QCOMPARE(storedDecodeFlag(*root), QString("1"));
-    QVERIFY(engine->waitForStarts(2));
-    QVERIFY(engine->last().arguments.contains("threads=8"));
-    QCOMPARE(engine->runningEngines().size(), 1);
+    QCOMPARE(storedDecodeFlag(bench->root), QString("1"));
+    QVERIFY(bench->engine.waitForStarts(2));
+    QVERIFY(bench->engine.last().arguments.contains("threads=8"));
+    QCOMPARE(bench->engine.runningEngines().size(), 1);
     // Without a line end: whatever is sent next ends it.
-    QVERIFY(engine->waitForInput("seek 40 2get_time_length\n"));
+    QVERIFY(bench->engine.waitForInput("seek 40 2get_time_length\n"));
     QCOMPARE(window->curDecodeFlag, 1);
     QVERIFY(playingState);
     QCOMPARE(window->ui->stateLabel->text(), QString("当前解码模式：多线程软解"));
@@ -259,8 +270,8 @@ void TestAdjustments::decodeChangeWhilePlaying()
 
     decodeFlag = 2;
     window->recvSetDecodeSignal();
-    QVERIFY(engine->waitForStarts(3));
-    QVERIFY(engine->last().arguments.contains("ffh264vdpau,ffhevcvdpau"));
+    QVERIFY(bench->engine.waitForStarts(3));
+    QVERIFY(bench->engine.last().arguments.contains("ffh264vdpau,ffhevcvdpau"));
     QVERIFY(!window->ui->snapShotBtn->isEnabled());
     QCOMPARE(window->ui->snapShotBtn->toolTip(), QString("请在软解模式下截图"));
     QCOMPARE(window->ui->snapShotBtn->accessibleName(), QString("请在软解模式下截图"));
@@ -270,22 +281,22 @@ void TestAdjustments::decodeChangeWhilePlaying()
 
     decodeFlag = 0;
     window->recvSetDecodeSignal();
-    QVERIFY(engine->waitForStarts(4));
+    QVERIFY(bench->engine.waitForStarts(4));
     QCOMPARE(window->ui->stateLabel->text(), QString("当前解码模式：软解"));
     QVERIFY(window->snapThread->isRunning());
     window->recvSetDecodeSignal(); // nothing changed: no restart
-    QCOMPARE(sent([] {}), QByteArray());
-    QCOMPARE(engine->starts().size(), 4);
+    QCOMPARE(bench->sent([] {}), QByteArray());
+    QCOMPARE(bench->engine.starts().size(), 4);
 }
 
 void TestAdjustments::decodeChangeWhilePaused()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->on_playBtn_clicked();
     decodeFlag = 1;
-    QCOMPARE(sent([&] { window->recvSetDecodeSignal(); }), QByteArray());
-    QCOMPARE(engine->starts().size(), 1);
-    QCOMPARE(storedDecodeFlag(*root), QString("1"));
+    QCOMPARE(bench->sent([&] { window->recvSetDecodeSignal(); }), QByteArray());
+    QCOMPARE(bench->engine.starts().size(), 1);
+    QCOMPARE(storedDecodeFlag(bench->root), QString("1"));
     QCOMPARE(window->curDecodeFlag, 0);
     QCOMPARE(window->ui->stateLabel->text(), QString("当前解码模式：多线程软解"));
 }
@@ -297,14 +308,14 @@ void TestAdjustments::decodeChangeWhileStopped()
     decodeFlag = 1;
     window->recvSetDecodeSignal();
     QCOMPARE(window->curDecodeFlag, 0);
-    play();
-    QVERIFY(engine->last().arguments.contains("threads=8"));
+    QVERIFY(bench->playFilm());
+    QVERIFY(bench->engine.last().arguments.contains("threads=8"));
     window->recvSetDecodeSignal();
-    QVERIFY(engine->waitForStarts(2));
+    QVERIFY(bench->engine.waitForStarts(2));
     QCOMPARE(window->curDecodeFlag, 1);
     window->recvSetDecodeSignal();
-    QCOMPARE(sent([] {}), QByteArray());
-    QCOMPARE(engine->starts().size(), 2);
+    QCOMPARE(bench->sent([] {}), QByteArray());
+    QCOMPARE(bench->engine.starts().size(), 2);
 }
 
 void TestAdjustments::decodeForthAndBackKeepsTheWorker()

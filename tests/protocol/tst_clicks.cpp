@@ -1,7 +1,8 @@
 // Clicks on the video, through the X server: pause and full screen.
+#include "playerbench.h"
+#include "realinput.h"
 #include "screen.h"
 #include "whenopen.h"
-#include "windowbench.h"
 
 #include <QMouseEvent>
 #include <QSignalSpy>
@@ -33,7 +34,7 @@ private:
     bool bringBar();
     QPoint middle() const { return bench->videoOnScreen().center(); }
 
-    QScopedPointer<WindowBench> bench;
+    QScopedPointer<PlayerBench> bench;
     TestWindow *window = nullptr;
 };
 
@@ -51,8 +52,8 @@ bool doubleClick(const QPoint &position)
 
 void TestClicks::init()
 {
-    bench.reset(new WindowBench);
-    window = bench->window.data();
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
     QVERIFY(window->windowActiveFlag);
     // Far from the last click, which would else count with the next one.
     QVERIFY(xdotool(pointTo(QPoint(1270, 790))));
@@ -68,7 +69,7 @@ bool TestClicks::bringBar()
 
 void TestClicks::singleClick()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     LogCapture log;
     Presses presses(window);
     qint64 toggled = 0;
@@ -91,7 +92,7 @@ void TestClicks::singleClick()
 
 void TestClicks::singleClickResumes()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     window->on_playBtn_clicked();
     QVERIFY(!playingState);
     QCOMPARE(bench->sent([&] {
@@ -105,7 +106,7 @@ void TestClicks::singleClickResumes()
 
 void TestClicks::otherButtons()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     QVERIFY(click(middle(), 2));
     QTRY_VERIFY(!playingState);
 
@@ -125,7 +126,7 @@ void TestClicks::otherButtons()
 
 void TestClicks::doubleClickAndBack()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     LogCapture log;
     const QRect before = window->geometry();
     const QByteArray input = bench->sent([&] {
@@ -159,7 +160,7 @@ void TestClicks::doubleClickAndBack()
 // The window gets the first press, the bar, which a movement brings up, the second.
 void TestClicks::doubleClickAsTheBarComes()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     QVERIFY(bench->enterFullScreen());
     QVERIFY(xdotool(pointTo(QPoint(500, 400))));
     QTRY_VERIFY(window->fsvc->isVisible());
@@ -184,7 +185,7 @@ void TestClicks::doubleClickAsTheBarComes()
 // The other way round: the bar gets the first press and hides.
 void TestClicks::doubleClickAsTheBarGoes()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     QVERIFY(bench->enterFullScreen());
     QVERIFY(bringBar());
     const QByteArray input = bench->sent([&] {
@@ -219,7 +220,7 @@ void TestClicks::doubleClickWithNothingLoaded()
 
 void TestClicks::doubleClickOutside()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     const QPoint points[] = {{0, 300}, {300, 40}, {729, 300}, {300, 40 + 411}, {300, 555}};
     QCOMPARE(window->ui->playWidget->geometry(), QRect(0, 40, 729, 411));
     for (const QPoint &point : points) {
@@ -237,7 +238,7 @@ void TestClicks::doubleClickOutside()
 
 void TestClicks::twoSlowClicks()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     QCOMPARE(QApplication::doubleClickInterval(), 400);
     double pause = 0.35; // the clicks themselves take their time as well
     for (int attempt = 0; attempt < 20; ++attempt) {
@@ -308,7 +309,7 @@ void TestClicks::edgesWithARealMouse()
 
 void TestClicks::noticeCountsAsVideo()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     window->showStateLabel("notice over the video", 60000);
     const QWidget *notice = window->ui->stateLabel;
     QVERIFY(notice->isVisible());

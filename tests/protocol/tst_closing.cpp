@@ -38,18 +38,14 @@ private:
     void play();
     QString storedVolume() const;
 
-    QScopedPointer<InstallRoot> root;
+    QScopedPointer<PlayerRoot> root;
     QScopedPointer<StandInEngine> engine;
     QScopedPointer<TestWindow> window;
 };
 
 void TestClosing::init()
 {
-    resetSharedState();
-    root.reset(new InstallRoot);
-    defaultPlayPath = root->historyFile();
-    screenShotPath = root->path() + "/shots/";
-    QVERIFY(QDir().mkpath(screenShotPath));
+    root.reset(new PlayerRoot);
     engine.reset(new StandInEngine(root->path()));
     engine->setLength("100.00");
     engine->setPosition("40.0");

@@ -1,9 +1,10 @@
 // The context menu of the video: when and where it opens, its entries and what they reach.
 #include "clips.h"
 #include "menuoutline.h"
+#include "playerbench.h"
+#include "realinput.h"
 #include "screen.h"
 #include "whenopen.h"
-#include "windowbench.h"
 
 #include <QContextMenuEvent>
 #include <QFileDialog>
@@ -43,7 +44,7 @@ private:
     bool choose(const QStringList &way);
     QList<QMenu *> menus() const;
 
-    QScopedPointer<WindowBench> bench;
+    QScopedPointer<PlayerBench> bench;
     TestWindow *window = nullptr;
 };
 
@@ -62,8 +63,8 @@ QAction *entry(const QMenu *menu, const QString &text)
 
 void TestContextMenu::init()
 {
-    bench.reset(new WindowBench(Clips::oneColour("red", 3)));
-    window = bench->window.data();
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm(Clips::oneColour("red", 3));
     QVERIFY(window->windowActiveFlag);
     // Far from the last click, which would else count with the next one.
     QVERIFY(xdotool(pointTo(QPoint(1270, 790))));
@@ -116,7 +117,7 @@ QList<QMenu *> TestContextMenu::menus() const
 
 void TestContextMenu::menuByRightClick()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     subTitleFlag = true;
     const QPoint point = middle();
     QStringList lines;
@@ -155,7 +156,7 @@ void TestContextMenu::menuByKey()
         QTRY_VERIFY(open.happened());
         QCOMPARE(lines, expected);
     };
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     subTitleFlag = true;
     pressed(windowOutline());
     QVERIFY(bench->enterFullScreen());
@@ -166,7 +167,7 @@ void TestContextMenu::menuByKey()
 
 void TestContextMenu::menuInFullScreen()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     subTitleFlag = true;
     QVERIFY(bench->enterFullScreen());
     QStringList lines;
@@ -255,7 +256,7 @@ void TestContextMenu::submenusByMouse_data()
 void TestContextMenu::submenusByMouse()
 {
     QFETCH(bool, onBar);
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     subTitleFlag = true;
     if (onBar) {
         QVERIFY(bench->enterFullScreen());
@@ -324,7 +325,7 @@ void TestContextMenu::entriesReachTheEngine()
 {
     QFETCH(QStringList, way);
     QFETCH(QByteArray, input);
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     subTitleFlag = true;
     audioDelay = 0.5;
     subDelay = 0.25;
@@ -333,7 +334,7 @@ void TestContextMenu::entriesReachTheEngine()
 
 void TestContextMenu::entriesOpenDialogs()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     subTitleFlag = true;
     QStringList opened;
     const auto chooseDialog = [&](const QStringList &way) {
@@ -359,7 +360,7 @@ void TestContextMenu::entriesOpenDialogs()
 
 void TestContextMenu::entriesStopAndFullScreen()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     QVERIFY(choose({"全屏"}));
     QVERIFY(fullScreenFlag);
     QTRY_VERIFY(bench->fillsScreen());
@@ -372,7 +373,7 @@ void TestContextMenu::entriesStopAndFullScreen()
 
 void TestContextMenu::entryShowsMediaInformation()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     bool right = false;
     WhenModal answer([&](QWidget *dialog) {
         right = dialog->inherits("showVideoInfo") && dialog->isVisible();

@@ -74,7 +74,7 @@ private:
     void staysTheSame(int warmUp, int count, const std::function<void()> &step);
     void tick();
 
-    QScopedPointer<InstallRoot> root;
+    QScopedPointer<PlayerRoot> root;
     QScopedPointer<TestWindow> window;
 };
 
@@ -88,11 +88,7 @@ void TestCreep::initTestCase()
 
 void TestCreep::init()
 {
-    resetSharedState();
-    root.reset(new InstallRoot);
-    defaultPlayPath = root->historyFile();
-    screenShotPath = root->path() + "/shots/";
-    QVERIFY(QDir().mkpath(screenShotPath));
+    root.reset(new PlayerRoot);
     for (int i = 0; i < entryCount; ++i) {
         addrlist[i].addr = QStringLiteral("/films/%1.mp4").arg(i);
         addrlist[i].label = QStringLiteral("%1.mp4").arg(i);
@@ -152,8 +148,7 @@ void TestCreep::tick()
 // list in which nothing plays would come to rest.
 void TestCreep::trackChanges()
 {
-    writeFile(root->enginePath(), "#!/bin/sh\necho ANS_TIME_POSITION=1\n");
-    QVERIFY(QFile::setPermissions(root->enginePath(), QFile::ReadOwner | QFile::ExeOwner));
+    writeProgram(root->enginePath(), "echo ANS_TIME_POSITION=1\n");
     playMode = PlayModeRepeatList;
     window->on_playBtn_clicked();
     QSet<int> played;

@@ -1,6 +1,6 @@
 // Audio and subtitle delays, and subtitles: every byte the engine is sent, with and without
 // something playing.
-#include "adjustmentsbench.h"
+#include "playerbench.h"
 #include "whenopen.h"
 
 #include <QFileDialog>
@@ -10,12 +10,12 @@
 
 #include <clocale>
 
-class TestDelays : public QObject, protected AdjustmentsBench {
+class TestDelays : public QObject {
     Q_OBJECT
 
 private slots:
-    void init() { setUp(); }
-    void cleanup() { tearDown(); }
+    void init();
+    void cleanup() { bench.reset(); }
 
     void audioDelaySteps();
     void audioDelayAbsolute();
@@ -33,7 +33,17 @@ private slots:
     void subtitlePosition();
     void delaysSurviveANewFile();
     void commaLocale();
+
+private:
+    QScopedPointer<PlayerBench> bench;
+    TestWindow *window = nullptr;
 };
+
+void TestDelays::init()
+{
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
+}
 
 // Chooses name in the file dialog that opens next.
 static std::function<void(QWidget *)> choose(const QString &name)
@@ -57,54 +67,55 @@ static std::function<void(QWidget *)> choose(const QString &name)
 
 void TestDelays::audioDelaySteps()
 {
-    play();
-    QCOMPARE(sent([&] {
-                 window->voiceDelayPlus();
-                 window->voiceDelayPlus();
-                 window->voiceDelayReduce();
-             }),
+    QVERIFY(bench->playFilm());
+    QCOMPARE(bench->sent([&] {
+        window->voiceDelayPlus();
+        window->voiceDelayPlus();
+        window->voiceDelayReduce();
+    }),
              QByteArray("audio_delay  0.1\naudio_delay  0.1\naudio_delay  -0.1\n"));
     QCOMPARE(audioDelay, 0.1);
-    QCOMPARE(sent([&] { window->cancelAudioDelay(); }), QByteArray("audio_delay -0.100000\n"));
+    QCOMPARE(bench->sent([&] { window->cancelAudioDelay(); }),
+             QByteArray("audio_delay -0.100000\n"));
     QCOMPARE(audioDelay, 0.0);
 }
 
 void TestDelays::audioDelayAbsolute()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->voiceDelayPlus();
     window->voiceDelayPlus();
-    QCOMPARE(sent([&] { emit window->ads->setAudioDelaySignal(0.5); }),
+    QCOMPARE(bench->sent([&] { emit window->ads->setAudioDelaySignal(0.5); }),
              QByteArray("audio_delay -0.200000\naudio_delay 0.500000\n"));
     QCOMPARE(audioDelay, 0.5);
 }
 
 void TestDelays::subDelaySteps()
 {
-    play();
-    QCOMPARE(sent([&] {
-                 window->subTitleDelayIncrease();
-                 window->subTitleDelayReduce();
-             }),
+    QVERIFY(bench->playFilm());
+    QCOMPARE(bench->sent([&] {
+        window->subTitleDelayIncrease();
+        window->subTitleDelayReduce();
+    }),
              QByteArray());
     subTitleFlag = true;
-    QCOMPARE(sent([&] {
-                 window->subTitleDelayIncrease();
-                 window->subTitleDelayIncrease();
-                 window->subTitleDelayReduce();
-             }),
+    QCOMPARE(bench->sent([&] {
+        window->subTitleDelayIncrease();
+        window->subTitleDelayIncrease();
+        window->subTitleDelayReduce();
+    }),
              QByteArray("sub_delay 0.1\nsub_delay 0.1\nsub_delay -0.1\n"));
     QCOMPARE(subDelay, 0.1);
     subTitleFlag = false; // cancelling asks only for playback
-    QCOMPARE(sent([&] { window->cancelSubDelay(); }), QByteArray("sub_delay -0.100000\n"));
+    QCOMPARE(bench->sent([&] { window->cancelSubDelay(); }), QByteArray("sub_delay -0.100000\n"));
     QCOMPARE(subDelay, 0.0);
 }
 
 void TestDelays::subDelayAbsolute()
 {
-    play();
+    QVERIFY(bench->playFilm());
     subDelay = 0.25;
-    QCOMPARE(sent([&] { emit window->ads->setSubDelaySignal(-1.5); }),
+    QCOMPARE(bench->sent([&] { emit window->ads->setSubDelaySignal(-1.5); }),
              QByteArray("sub_delay -0.250000\nsub_delay -1.500000\n"));
     QCOMPARE(subDelay, -1.5);
 }
@@ -137,12 +148,12 @@ void TestDelays::delaysNeedPlayback()
     audioDelay = 0.5;
     subDelay = 0.25;
     if (paused) {
-        play();
+        QVERIFY(bench->playFilm());
         window->on_playBtn_clicked();
-        QCOMPARE(sent(everything), QByteArray());
+        QCOMPARE(bench->sent(everything), QByteArray());
     } else {
         everything();
-        QVERIFY(engine->starts().isEmpty());
+        QVERIFY(bench->engine.starts().isEmpty());
     }
     QCOMPARE(audioDelay, 0.5);
     QCOMPARE(subDelay, 0.25);
@@ -151,8 +162,8 @@ void TestDelays::delaysNeedPlayback()
 
 void TestDelays::delayDialogs()
 {
-    play();
-    const QByteArray input = sent([&] {
+    QVERIFY(bench->playFilm());
+    const QByteArray input = bench->sent([&] {
         audioDelay = 0.3;
         WhenModal answer([&](QWidget *dialog) {
             QCOMPARE(dialog, window->ads);
@@ -168,7 +179,7 @@ void TestDelays::delayDialogs()
     QCOMPARE(input, QByteArray("audio_delay -0.300000\naudio_delay -0.250000\n"));
     QCOMPARE(audioDelay, -0.25);
 
-    const QByteArray subInput = sent([&] {
+    const QByteArray subInput = bench->sent([&] {
         WhenModal answer([&](QWidget *dialog) {
             QCOMPARE(delayFlag, 1);
             QCOMPARE(window->ads->currentDelay, 0.0);
@@ -183,11 +194,11 @@ void TestDelays::delayDialogs()
 
 void TestDelays::subtitleFileIsLoaded()
 {
-    play();
-    const QString name = root->path() + "/plain.srt";
+    QVERIFY(bench->playFilm());
+    const QString name = bench->root.path() + "/plain.srt";
     writeFile(name, "1\n");
     LogCapture log;
-    const QByteArray input = sent([&] {
+    const QByteArray input = bench->sent([&] {
         WhenModal answer(choose(name));
         window->openSubTitleFile();
         QVERIFY(answer.happened());
@@ -199,10 +210,10 @@ void TestDelays::subtitleFileIsLoaded()
 
 void TestDelays::subtitleNamesAreEscaped()
 {
-    play();
-    const QString name = root->path() + "/字 幕\\x.srt";
+    QVERIFY(bench->playFilm());
+    const QString name = bench->root.path() + "/字 幕\\x.srt";
     writeFile(name, "1\n");
-    const QByteArray input = sent([&] {
+    const QByteArray input = bench->sent([&] {
         WhenModal answer(choose(name));
         window->openSubTitleFile();
     });
@@ -213,13 +224,13 @@ void TestDelays::subtitleNamesAreEscaped()
 
 void TestDelays::subtitleWithALineBreakIsRefused()
 {
-    play();
+    QVERIFY(bench->playFilm());
     // A quiet folder of its own: the dialog reads a folder again whenever something in it changes.
     const QTemporaryDir folder;
     const QString name = folder.filePath("x\nrun touch pwned.srt");
     writeFile(name, "1\n");
     LogCapture log;
-    const QByteArray input = sent([&] {
+    const QByteArray input = bench->sent([&] {
         WhenModal answer([&](QWidget *widget) {
             auto *dialog = qobject_cast<QFileDialog *>(widget);
             dialog->selectNameFilter("All(*)");
@@ -241,8 +252,8 @@ void TestDelays::subtitleWithALineBreakIsRefused()
 
 void TestDelays::subtitleDialogCancelled()
 {
-    play();
-    const QByteArray input = sent([&] {
+    QVERIFY(bench->playFilm());
+    const QByteArray input = bench->sent([&] {
         WhenModal answer(choose(QString()));
         window->openSubTitleFile();
         QVERIFY(answer.happened());
@@ -251,32 +262,33 @@ void TestDelays::subtitleDialogCancelled()
     QVERIFY(!subTitleFlag);
 
     window->on_playBtn_clicked(); // paused: a chosen file does nothing either
-    const QString name = root->path() + "/plain.srt";
+    const QString name = bench->root.path() + "/plain.srt";
     writeFile(name, "1\n");
-    QCOMPARE(sent([&] {
-                 WhenModal answer(choose(name));
-                 window->openSubTitleFile();
-             }),
+    QCOMPARE(bench->sent([&] {
+        WhenModal answer(choose(name));
+        window->openSubTitleFile();
+    }),
              QByteArray());
     QVERIFY(!subTitleFlag);
 }
 
 void TestDelays::subtitleRemoved()
 {
-    play();
+    QVERIFY(bench->playFilm());
     subTitleFlag = true;
     subDelay = 1.5;
-    QCOMPARE(sent([&] { window->delSubTitle(); }), QByteArray("sub_visibility 0\nsub_remove 0\n"));
+    QCOMPARE(bench->sent([&] { window->delSubTitle(); }),
+             QByteArray("sub_visibility 0\nsub_remove 0\n"));
     QCOMPARE(subDelay, 0.0);
     QVERIFY(subTitleFlag);
 }
 
 void TestDelays::subtitleScale()
 {
-    play();
-    QCOMPARE(sent([&] { window->subScalePlus(); }), QByteArray("sub_scale 0.2\n"));
+    QVERIFY(bench->playFilm());
+    QCOMPARE(bench->sent([&] { window->subScalePlus(); }), QByteArray("sub_scale 0.2\n"));
     QCOMPARE(window->subTitleScale, 3.2);
-    QCOMPARE(sent([&] { window->subScaleReduce(); }), QByteArray("sub_scale -0.2\n"));
+    QCOMPARE(bench->sent([&] { window->subScaleReduce(); }), QByteArray("sub_scale -0.2\n"));
     QCOMPARE(window->subTitleScale, 3.0);
     window->subTitleScale = 14.9;
     window->subScalePlus();
@@ -288,32 +300,32 @@ void TestDelays::subtitleScale()
 
 void TestDelays::subtitlePosition()
 {
-    play();
-    QCOMPARE(sent([&] {
-                 window->subPosUp();
-                 window->subPosDown();
-             }),
+    QVERIFY(bench->playFilm());
+    QCOMPARE(bench->sent([&] {
+        window->subPosUp();
+        window->subPosDown();
+    }),
              QByteArray("sub_pos -2\nsub_pos 2\n"));
     window->on_playBtn_clicked(); // paused: only down is sent
-    QCOMPARE(sent([&] {
-                 window->subPosUp();
-                 window->subPosDown();
-             }),
+    QCOMPARE(bench->sent([&] {
+        window->subPosUp();
+        window->subPosDown();
+    }),
              QByteArray("sub_pos 2\n"));
 }
 
 void TestDelays::delaysSurviveANewFile()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->voiceDelayPlus();
     subTitleFlag = true;
     window->on_stopBtn_clicked();
     window->on_playBtn_clicked();
-    QVERIFY(engine->waitForStarts(2));
+    QVERIFY(bench->engine.waitForStarts(2));
     QCOMPARE(audioDelay, 0.1);
     QVERIFY(subTitleFlag);
-    QVERIFY(engine->waitForInput("get_time_pos\n"));
-    QVERIFY(!engine->input().contains("delay"));
+    QVERIFY(bench->engine.waitForInput("get_time_pos\n"));
+    QVERIFY(!bench->engine.input().contains("delay"));
 }
 
 // The engine reads numbers with a dot only, whatever the user's locale writes.
@@ -328,12 +340,12 @@ void TestDelays::commaLocale()
         setlocale(LC_ALL, "C.UTF-8");
         QLocale::setDefault(QLocale(QLocale::German));
     }
-    play();
-    QCOMPARE(sent([&] {
-                 window->recvAudioDelaySignal(0.5);
-                 window->recvSubDelaySignal(0.25);
-                 window->recvChangeSpeed(150);
-             }),
+    QVERIFY(bench->playFilm());
+    QCOMPARE(bench->sent([&] {
+        window->recvAudioDelaySignal(0.5);
+        window->recvSubDelaySignal(0.25);
+        window->recvChangeSpeed(150);
+    }),
              QByteArray("audio_delay 0.000000\naudio_delay 0.500000\nsub_delay 0.000000\n"
                         "sub_delay 0.250000\nspeed_set 1.5\n"));
     setlocale(LC_ALL, "C.UTF-8");

@@ -139,7 +139,7 @@ private:
     void closeInTime();
     bool oneEngineAtMost() const;
 
-    QScopedPointer<InstallRoot> root;
+    QScopedPointer<PlayerRoot> root;
     QScopedPointer<LogCapture> log;
     QScopedPointer<StandInEngine> engine;
     QScopedPointer<TestWindow> window;
@@ -148,12 +148,8 @@ private:
 
 void TestHostileEngine::init()
 {
-    resetSharedState();
-    root.reset(new InstallRoot);
+    root.reset(new PlayerRoot);
     log.reset(new LogCapture);
-    defaultPlayPath = root->historyFile();
-    screenShotPath = root->path() + "/shots/";
-    QVERIFY(QDir().mkpath(screenShotPath));
     engine.reset(new StandInEngine(root->path()));
     addrlist[0].addr = "/film.mp4";
     addrlist[0].label = "film.mp4";

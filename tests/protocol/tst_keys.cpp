@@ -1,8 +1,9 @@
 // Every key with every set of modifiers, in the normal window and in full screen: what it does, and
 // that it does nothing else.
+#include "playerbench.h"
+#include "realinput.h"
 #include "screen.h"
 #include "whenopen.h"
-#include "windowbench.h"
 
 #include <QFileDialog>
 #include <QKeyEvent>
@@ -30,7 +31,7 @@ private:
     QStringList press(int key, Qt::KeyboardModifiers modifiers);
     void everyKey();
 
-    QScopedPointer<WindowBench> bench;
+    QScopedPointer<PlayerBench> bench;
     TestWindow *window = nullptr;
 };
 
@@ -130,8 +131,8 @@ QString named(int key, Qt::KeyboardModifiers modifiers)
 
 void TestKeys::init()
 {
-    bench.reset(new WindowBench);
-    window = bench->window.data();
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
     QVERIFY(window->windowActiveFlag);
 }
 
@@ -228,13 +229,13 @@ void TestKeys::everyKey()
 
 void TestKeys::everyKeyInTheNormalWindow()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     everyKey();
 }
 
 void TestKeys::everyKeyInFullScreen()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     QVERIFY(bench->enterFullScreen());
     everyKey();
 }
@@ -292,7 +293,7 @@ void TestKeys::altHidesTheBar()
 
 void TestKeys::volumeStopsAtItsEnds()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     QSlider *slider = window->ui->volumSlider;
     const QByteArray input = bench->sent([&] {
         slider->setValue(97);
@@ -334,7 +335,7 @@ void TestKeys::openDialog()
 
 void TestKeys::repeatedSpace()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     const QByteArray input = bench->sent([&] {
         for (int i = 0; i < 5; ++i) {
             QKeyEvent event(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier, " ", i > 0);
@@ -347,7 +348,7 @@ void TestKeys::repeatedSpace()
 
 void TestKeys::releasesDoNothing()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     const QByteArray input = bench->sent([&] {
         for (const int key : allKeys()) {
             for (const Qt::KeyboardModifiers modifiers : allModifiers()) {
@@ -382,7 +383,7 @@ void TestKeys::withNothingLoaded()
 // From the keyboard through the X server to the window, with the bar above it as well.
 void TestKeys::realKeys()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     const struct {
         QString key;
         QByteArray input;

@@ -310,8 +310,8 @@ void TestLongList::randomWork()
     QFETCH(int, rounds);
     PlayerBench bench(entries);
     // One that starts quicker than the shell script of the bench; most of the time goes there.
-    writeFile(bench.tools.folder() + "/ffprobe",
-              "#!/bin/sh\necho '" + StandInTools::videoJson("h264", 320, 240, "25/1") + "'\n");
+    writeProgram(bench.tools.folder() + "/ffprobe",
+                 "echo '" + StandInTools::videoJson("h264", 320, 240, "25/1") + "'\n");
     TestWindow &window = bench.open();
     playinglist.process_mplayer->setStandardInputFile(bench.root.path() + "/none");
     QRandomGenerator random(20240131);

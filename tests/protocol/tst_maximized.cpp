@@ -1,8 +1,9 @@
 // Maximising and restoring with real mouse and window manager: a window that was maximised is
 // restored by the first click, whatever moved it meanwhile.
 #include "longform.h"
+#include "playerbench.h"
+#include "realinput.h"
 #include "screen.h"
-#include "windowbench.h"
 #include "windowmanagers.h"
 
 #include <QPushButton>
@@ -42,7 +43,7 @@ private:
 
     QScopedPointer<WindowManager> manager;
     QScopedPointer<QWidget> panel;
-    QScopedPointer<WindowBench> bench;
+    QScopedPointer<PlayerBench> bench;
     TestWindow *window = nullptr;
     TitleBar *bar = nullptr;
     QRect normal;
@@ -96,8 +97,8 @@ void TestMaximized::takePlace()
         panel->show();
         QVERIFY(QTest::qWaitForWindowExposed(panel.data()));
     }
-    bench.reset(new WindowBench);
-    window = bench->window.data();
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
     bar = window->m_titleBar;
     normal = QRect(167, 118, 945, 564);
     QTRY_COMPARE(window->geometry(), normal);

@@ -1,6 +1,7 @@
 // Full screen and back, the bar that comes there, staying on top.
+#include "playerbench.h"
+#include "realinput.h"
 #include "screen.h"
-#include "windowbench.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -41,15 +42,15 @@ private:
     bool barShown() const { return bench->barShown(); }
     bool barHidden() const { return bench->barHidden(); }
 
-    QScopedPointer<WindowBench> bench;
+    QScopedPointer<PlayerBench> bench;
     TestWindow *window = nullptr;
     QRect screen;
 };
 
 void TestModes::init()
 {
-    bench.reset(new WindowBench);
-    window = bench->window.data();
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
     QVERIFY(window->windowActiveFlag);
     screen = QRect(0, 0, window->screenWidth, window->screenHeight);
     // Away from the video and from the buttons: no move comes from the real mouse.
@@ -231,7 +232,7 @@ public:
 
 void TestModes::moveShowsTheBar()
 {
-    QVERIFY(bench->play());
+    QVERIFY(bench->playFilm());
     QVERIFY(bench->enterFullScreen());
     FullScreenVideoControl *bar = window->fsvc;
     bar->move(50, 60);

@@ -29,7 +29,7 @@ private:
     void pauseEntry(int index);
     QByteArrayList played() const;
 
-    std::optional<InstallRoot> root;
+    std::optional<PlayerRoot> root;
     std::optional<StandInEngine> engine;
     std::optional<StandInTools> tools;
     std::optional<TestWindow> window;
@@ -37,10 +37,7 @@ private:
 
 void TestPausedEngine::init()
 {
-    resetSharedState();
     root.emplace();
-    defaultPlayPath = root->historyFile();
-    screenShotPath = root->path() + "/";
     engine.emplace(root->path());
     engine->setLength("100");
     engine->setPosition("40");
@@ -78,7 +75,6 @@ void TestPausedEngine::cleanup()
     tools.reset();
     engine.reset();
     root.reset();
-    resetSharedState();
 }
 
 QByteArrayList TestPausedEngine::played() const

@@ -47,8 +47,7 @@ void letNoEngineStart()
 void letEnginesStart(const PlayerBench &bench, const QByteArray &script)
 {
     QFile::remove(bench.root.enginePath());
-    writeFile(bench.root.enginePath(), "#!/bin/sh\n" + script);
-    QVERIFY(QFile::setPermissions(bench.root.enginePath(), QFile::ReadOwner | QFile::ExeOwner));
+    writeProgram(bench.root.enginePath(), script);
     playinglist.process_mplayer->setStandardInputFile(QString());
 }
 

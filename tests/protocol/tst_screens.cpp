@@ -1,7 +1,7 @@
 // Screens that come and go, and a window on the second one.
 #include "longform.h"
+#include "playerbench.h"
 #include "screen.h"
-#include "windowbench.h"
 #include "windowmanagers.h"
 
 #include <QFileInfo>
@@ -91,7 +91,7 @@ private:
     void open();
 
     QScopedPointer<WindowManager> manager;
-    QScopedPointer<WindowBench> bench;
+    QScopedPointer<PlayerBench> bench;
     TestWindow *window = nullptr;
 };
 
@@ -106,8 +106,8 @@ void TestScreens::initTestCase()
 
 void TestScreens::open()
 {
-    bench.reset(new WindowBench);
-    window = bench->window.data();
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
 }
 
 // As long as the screens are those of the start, nothing but the formula counts.

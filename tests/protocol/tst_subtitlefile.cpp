@@ -1,17 +1,17 @@
 // A subtitle file chosen in a film with subtitle streams of its own: which file is asked for, when,
 // and how often.
-#include "adjustmentsbench.h"
+#include "playerbench.h"
 #include "whenopen.h"
 
 #include <QLineEdit>
 #include <QSlider>
 
-class TestSubtitleFile : public QObject, protected AdjustmentsBench {
+class TestSubtitleFile : public QObject {
     Q_OBJECT
 
 private slots:
-    void init() { setUp(); }
-    void cleanup() { tearDown(); }
+    void init();
+    void cleanup() { bench.reset(); }
 
     void askedForByItsNumber_data();
     void askedForByItsNumber();
@@ -30,10 +30,18 @@ private:
     void choose(const QString &name);
     bool hears(const QByteArray &lines);
     QByteArrayList filesAskedFor() const;
-    QString file(const QString &name) const { return root->path() + '/' + name; }
+    QString file(const QString &name) const { return bench->root.path() + '/' + name; }
 
     int position = 40;
+    QScopedPointer<PlayerBench> bench;
+    TestWindow *window = nullptr;
 };
+
+void TestSubtitleFile::init()
+{
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
+}
 
 namespace {
 const QByteArray ownStream = "[lavf] stream 1: subtitle (srt), -sid 0\n";
@@ -46,8 +54,8 @@ QByteArray added(int number, const QString &name)
 
 void TestSubtitleFile::playTelling(const QByteArray &lines)
 {
-    engine->atStart(EngineAction::print(lines));
-    play();
+    bench->engine.atStart(EngineAction::print(lines));
+    QVERIFY(bench->playFilm());
     position = 40;
 }
 
@@ -67,17 +75,18 @@ bool TestSubtitleFile::hears(const QByteArray &lines)
 {
     const QByteArray next = QByteArray::number(++position);
     const QByteArray question = "# tell " + next + '\n';
-    engine->on(question.trimmed(), EngineAction::print(lines + "ANS_TIME_POSITION=" + next + '\n'));
-    engine->setPosition(next);
+    bench->engine.on(question.trimmed(),
+                     EngineAction::print(lines + "ANS_TIME_POSITION=" + next + '\n'));
+    bench->engine.setPosition(next);
     writeToEngine(question);
     return QTest::qWaitFor([&] { return window->currentPosition == position; }, 15000) &&
-        sent([] {}) != "nothing came through"; // whatever it led to has arrived
+        bench->sent([] {}) != "nothing came through"; // whatever it led to has arrived
 }
 
 QByteArrayList TestSubtitleFile::filesAskedFor() const
 {
     QByteArrayList found;
-    for (const QByteArray &line : engine->last().lines()) {
+    for (const QByteArray &line : bench->engine.last().lines()) {
         if (line.startsWith("sub_file"))
             found << line;
     }
@@ -113,7 +122,7 @@ void TestSubtitleFile::askedForByItsNumber()
     QVERIFY(hears(added(number, file(name))));
     QCOMPARE(filesAskedFor(), QByteArrayList{"sub_file " + QByteArray::number(number - 1)});
     // After the three commands of every choice.
-    const QByteArray input = engine->input();
+    const QByteArray input = bench->engine.input();
     QVERIFY(input.contains("\nsub_visibility 1\nsub_select 1\n"));
     QVERIFY(input.indexOf("sub_select 1\n") < input.indexOf("sub_file"));
 }
@@ -179,9 +188,9 @@ void TestSubtitleFile::eachEngineForItself()
     playTelling(ownStream);
     choose(file("a.srt"));
     window->on_stopBtn_clicked();
-    engine->reset();
-    engine->setPosition("40");
-    engine->atStart(EngineAction::print(ownStream));
+    bench->engine.reset();
+    bench->engine.setPosition("40");
+    bench->engine.atStart(EngineAction::print(ownStream));
     window->currentPosition = 0;
     window->on_playBtn_clicked();
     QTRY_COMPARE_WITH_TIMEOUT(window->currentPosition, 40, 15000);
@@ -190,8 +199,8 @@ void TestSubtitleFile::eachEngineForItself()
     QCOMPARE(filesAskedFor(), QByteArrayList());
 
     window->on_stopBtn_clicked();
-    engine->reset();
-    engine->setPosition("40");
+    bench->engine.reset();
+    bench->engine.setPosition("40");
     window->currentPosition = 0;
     window->on_playBtn_clicked();
     QTRY_COMPARE_WITH_TIMEOUT(window->currentPosition, 40, 15000);
@@ -207,9 +216,9 @@ void TestSubtitleFile::toldWhileTheHandleIsHeld()
     playTelling(ownStream);
     choose(file("a.srt"));
     window->ui->processSlider->setSliderDown(true);
-    engine->on("# tell", EngineAction::print(added(1, file("a.srt"))));
+    bench->engine.on("# tell", EngineAction::print(added(1, file("a.srt"))));
     writeToEngine("# tell\n");
-    QVERIFY(engine->waitForInput("sub_file 0\n"));
+    QVERIFY(bench->engine.waitForInput("sub_file 0\n"));
     window->ui->processSlider->setSliderDown(false);
 }
 
@@ -218,10 +227,10 @@ void TestSubtitleFile::toldWhilePaused()
 {
     playTelling(ownStream);
     choose(file("a.srt"));
-    engine->on("pause", EngineAction::print(added(1, file("a.srt"))), 1);
+    bench->engine.on("pause", EngineAction::print(added(1, file("a.srt"))), 1);
     window->on_playBtn_clicked();
     QTRY_VERIFY(window->processTimer->isActive()); // the line has come
-    QCOMPARE(sent([] {}), QByteArray());
+    QCOMPARE(bench->sent([] {}), QByteArray());
     QCOMPARE(filesAskedFor(), QByteArrayList());
 }
 

@@ -23,9 +23,6 @@ QStringList tone(int seconds)
             QStringLiteral("sine=frequency=440:sample_rate=44100:duration=%1").arg(seconds)};
 }
 
-const QStringList h264{"-c:v",     "libx264", "-preset", "ultrafast",
-                       "-pix_fmt", "yuv420p", "-g",      "25"};
-
 QString timed(const QString &name, int seconds, const QString &ending)
 {
     return QStringLiteral("%1-%2s.%3").arg(name).arg(seconds).arg(ending);
@@ -52,6 +49,11 @@ QString cached(const QString &name, const std::function<bool(const QString &)> &
 
 } // namespace
 
+QStringList Clips::h264()
+{
+    return {"-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-g", "25"};
+}
+
 QString Clips::make(const QString &name, const QStringList &ffmpegArguments)
 {
     return cached(name, [&](const QString &draft) {
@@ -70,9 +72,9 @@ QString Clips::oneColour(const QString &colour, int seconds, bool withTone)
     QString name = colour;
     name.remove('#');
     if (!withTone)
-        return make(timed(name, seconds, "mp4"), generated("color=c=" + colour, seconds) + h264);
+        return make(timed(name, seconds, "mp4"), generated("color=c=" + colour, seconds) + h264());
     return make(timed(name + "-tone", seconds, "mp4"),
-                generated("color=c=" + colour, seconds) + tone(seconds) + h264 +
+                generated("color=c=" + colour, seconds) + tone(seconds) + h264() +
                     QStringList{"-c:a", "aac", "-shortest"});
 }
 
@@ -81,14 +83,14 @@ QString Clips::pattern(int seconds)
     return make(timed("pattern", seconds, "mp4"),
                 QStringList{"-f", "lavfi", "-i",
                             QStringLiteral("testsrc=s=320x240:r=25:d=%1").arg(seconds)} +
-                    h264);
+                    h264());
 }
 
 QString Clips::ntscRate()
 {
     return make(QStringLiteral("ntsc.mp4"),
                 QStringList{"-f", "lavfi", "-i", "color=c=green:s=320x240:r=30000/1001:d=3"} +
-                    h264);
+                    h264());
 }
 
 QString Clips::hevc(int seconds)
@@ -107,7 +109,7 @@ QString Clips::otherCodec(int seconds)
 
 QString Clips::matroska(int seconds)
 {
-    return make(timed("matroska", seconds, "mkv"), generated("color=c=magenta", seconds) + h264);
+    return make(timed("matroska", seconds, "mkv"), generated("color=c=magenta", seconds) + h264());
 }
 
 QString Clips::audioOnly(int seconds) { return make(timed("tone", seconds, "mp3"), tone(seconds)); }

@@ -21,6 +21,8 @@ QString truncated(); // an MP4 cut off in the middle
 QString textFile(); // text, but named .mp4
 QString subtitles(); // SRT: "HELLO" all the time
 
+// The encoder's options of the clips here: quick, each second can be sought.
+QStringList h264();
 // Makes a file in the build folder unless it is there: ffmpeg's arguments without the output.
 QString make(const QString &name, const QStringList &ffmpegArguments);
 // Copies a clip to folder (made if missing) under another name: blanks, Chinese, quotes...

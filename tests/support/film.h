@@ -14,11 +14,7 @@ class Film {
 public:
     explicit Film(const QString &clip)
     {
-        resetSharedState();
-        root.reset(new InstallRoot);
-        defaultPlayPath = root->historyFile();
-        screenShotPath = root->path() + "/shots/";
-        QDir().mkpath(screenShotPath);
+        root.reset(new PlayerRoot);
         QFile::link(QStringLiteral("/usr/bin/mplayer"), root->enginePath());
         writeFile(root->path() + "/files/engine/config",
                   readFile(QStringLiteral(SOURCE_DIR "/packaging/engine/config")));
@@ -37,6 +33,6 @@ public:
         return QTest::qWaitFor([&] { return window->currentPosition > from; }, 20000);
     }
 
-    QScopedPointer<InstallRoot> root;
+    QScopedPointer<PlayerRoot> root;
     QScopedPointer<TestWindow> window;
 };

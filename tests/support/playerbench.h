@@ -6,18 +6,30 @@
 //     bench.open(); // makes the window
 //     bench.play(1);
 //     QVERIFY(bench.showsPosition("42.9", 42));
+//
+// Or shown, with one film, and what the engine is sent for one action:
+//
+//     PlayerBench bench;
+//     TestWindow &window = bench.openFilm();
+//     QVERIFY(bench.playFilm());
+//     QCOMPARE(bench.sent([&] { QTest::keyClick(&window, Qt::Key_Left); }),
+//              QByteArray("seek -5 0\n"));
 #pragma once
 
 #include "common.h"
 #include "enginebench.h"
+#include "engine.h"
+#include "icons.h"
 #include "testsupport.h"
 #include "testwindow.h"
 #include "toolbench.h"
 
 #include <QLabel>
+#include <QMouseEvent>
 #include <QProcess>
 #include <QTest>
 
+#include <functional>
 #include <memory>
 
 inline const QByteArray pollPair = "get_time_length\nget_time_pos\n";
@@ -39,24 +51,11 @@ inline QByteArrayList withoutPolls(QByteArray input)
     return commands;
 }
 
-inline bool sameIcon(const QIcon &icon, const QString &file)
-{
-    const QSize size(64, 64);
-    return icon.pixmap(size).toImage() == QIcon(file).pixmap(size).toImage();
-}
-
 class PlayerBench {
-    struct CleanState {
-        CleanState() { resetSharedState(); }
-        ~CleanState() { resetSharedState(); }
-    } cleanState;
-
 public:
     explicit PlayerBench(int entries = 0)
     {
-        defaultPlayPath = root.historyFile();
         defaultVolum = 0; // any other shows a notice soon after the first layout
-        screenShotPath = root.path() + "/shots/";
         for (int i = 0; i < entries; i++)
             addrlist[i] = entry(i);
         addrNum = entries;
@@ -95,6 +94,37 @@ public:
         return *window;
     }
 
+    // The window as a person has it: shown, active, with its screenshot worker and one film of 100
+    // s.
+    TestWindow &openFilm(const QString &film = QStringLiteral("/film.mp4"))
+    {
+        engine.setLength("100.00");
+        engine.setPosition("40.0");
+        addrlist[0].addr = film;
+        addrlist[0].label = QStringLiteral("the film");
+        addrlist[0].type = 1;
+        addrNum = 1;
+        defaultVolum = 30;
+        window = std::make_unique<TestWindow>();
+        window->show();
+        // The first layout sets the volume, whose notice and command come a little later.
+        const auto settled = [this] {
+            return window->windowActiveFlag && window->ui->volumSlider->value() == defaultVolum &&
+                !window->volumSliderTimer->isActive();
+        };
+        if (!QTest::qWaitFor(settled, patience))
+            qFatal("the window does not come up");
+        return *window;
+    }
+
+    // Plays it, and waits until it is shown to be at 40 s.
+    bool playFilm()
+    {
+        window->on_playBtn_clicked();
+        return engine.waitForStarts(1) &&
+            QTest::qWaitFor([this] { return window->currentPosition == 40; }, patience);
+    }
+
     void play(int index)
     {
         playinglist.addrIndex = index;
@@ -122,6 +152,50 @@ public:
         poll();
         return QTest::qWaitFor([&] { return window->ui->processSlider->maximum() == seconds; },
                                patience);
+    }
+
+    // The input that action causes, as the engine got it; the poll's commands are left out.
+    QByteArray sent(const std::function<void()> &action)
+    {
+        const QByteArray before = "# before " + QByteArray::number(++mark) + "\n";
+        const QByteArray after = "# after " + QByteArray::number(mark) + "\n";
+        writeToEngine(before);
+        action();
+        writeToEngine(after);
+        if (!engine.waitForInput(after))
+            return "nothing came through";
+        QByteArray input = engine.input();
+        input = input.mid(input.indexOf(before) + before.size());
+        input.truncate(input.indexOf(after));
+        return input.replace("get_time_length\n", "").replace("get_time_pos\n", "");
+    }
+
+    QRect videoOnScreen() const
+    {
+        return QRect(window->ui->playWidget->mapToGlobal(QPoint()), window->ui->playWidget->size());
+    }
+
+    bool enterFullScreen()
+    {
+        window->on_fullScreenBtn_clicked();
+        return QTest::qWaitFor([this] { return fillsScreen(); }, patience);
+    }
+
+    bool barShown() const { return window->fsvc->state && window->fsvc->isVisible(); }
+    bool barHidden() const { return !window->fsvc->state && !window->fsvc->isVisible(); }
+
+    // A movement of the mouse without a button held, straight to the window.
+    void move(const QPoint &point) const
+    {
+        QMouseEvent event(QEvent::MouseMove, point, window->mapToGlobal(point), Qt::NoButton,
+                          Qt::NoButton, Qt::NoModifier);
+        window->mouseMoveEvent(&event);
+    }
+
+    bool fillsScreen() const
+    {
+        const QRect screen(0, 0, window->screenWidth, window->screenHeight);
+        return window->isFullScreen() && window->geometry() == screen && videoOnScreen() == screen;
     }
 
     bool engineHasEnded() const
@@ -154,9 +228,12 @@ public:
 
     static constexpr int patience = 30000; // ms
 
-    InstallRoot root;
+    PlayerRoot root;
     StandInEngine engine{root.path()};
     StandInTools tools;
     LogCapture log;
     std::unique_ptr<TestWindow> window;
+
+private:
+    int mark = 0;
 };

@@ -78,6 +78,11 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1${UBSAN_OPTIONS:+:$UBSAN_
 if [ -r "$here/lsan.supp" ]; then
     export LSAN_OPTIONS=suppressions=$here/lsan.supp:print_suppressions=0${LSAN_OPTIONS:+:$LSAN_OPTIONS}
 fi
+# The toolkit is not built with the sanitizer, which so can't see its locks: what happens within it is
+# not looked at.
+if [ -r "$here/tsan.supp" ]; then
+    export TSAN_OPTIONS=suppressions=$here/tsan.supp:ignore_noninstrumented_modules=1${TSAN_OPTIONS:+:$TSAN_OPTIONS}
+fi
 ulimit -c 0
 
 # Job control gives each of the three its own process group and default signal handling (a plain

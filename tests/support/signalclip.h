@@ -19,13 +19,6 @@ inline QString signalClip(int seconds = 80)
     arguments << "-filter_complex"
               << "[0][1][2][3]concat=n=4:v=1[colours];"
                  "[colours][4]overlay=x='mod(t*67,296)':y='200+mod(t*3,14)'"
-              << "-c:v"
-              << "libx264"
-              << "-preset"
-              << "ultrafast"
-              << "-pix_fmt"
-              << "yuv420p"
-              << "-g"
-              << "25";
+              << Clips::h264();
     return Clips::make(QStringLiteral("signal-%1s.mp4").arg(seconds), arguments);
 }

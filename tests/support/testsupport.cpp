@@ -61,6 +61,13 @@ void writeFile(const QString &path, const QByteArray &content)
         qFatal("cannot write %s", qPrintable(path));
 }
 
+void writeProgram(const QString &path, const QByteArray &script)
+{
+    writeFile(path, "#!/bin/sh\n" + script);
+    if (!QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
+        qFatal("cannot make %s a program", qPrintable(path));
+}
+
 QJsonArray storedEntries(const QString &historyFile)
 {
     const QJsonDocument document = QJsonDocument::fromJson(readFile(historyFile));
@@ -91,6 +98,17 @@ InstallRoot::InstallRoot()
 }
 
 InstallRoot::~InstallRoot() { startPath = previousStartPath; }
+
+PlayerRoot::PlayerRoot()
+{
+    const QString start = startPath;
+    resetSharedState();
+    startPath = start;
+    defaultPlayPath = historyFile();
+    screenShotPath = path() + "/shots/";
+    if (!QDir().mkpath(screenShotPath))
+        qFatal("cannot make the screenshot folder");
+}
 
 namespace {
 QMutex logMutex;

@@ -13,6 +13,8 @@ void resetSharedState();
 QByteArray readFile(const QString &path);
 // Writes a file, making missing folders. Fails the test when it can't.
 void writeFile(const QString &path, const QByteArray &content);
+// A program of a shell's lines.
+void writeProgram(const QString &path, const QByteArray &script);
 
 // What a history file holds, oldest first: its entries, their addresses, and the position at which
 // one of them was stopped, -1 when none is stored.
@@ -35,6 +37,14 @@ public:
 private:
     QTemporaryDir dir;
     QString previousStartPath;
+};
+
+// One for the main window in this process: the shared globals are clean before and after, the list
+// and the screenshots lie in it.
+class PlayerRoot : public InstallRoot {
+public:
+    PlayerRoot();
+    ~PlayerRoot() { resetSharedState(); }
 };
 
 // Collects what goes through the debug logger while it lives (from any thread).

@@ -47,6 +47,14 @@ void StandInTools::setProbeDelay(int ms)
     writeProbe();
 }
 
+void StandInTools::holdProbes(bool held)
+{
+    if (held)
+        writeFile(dir.filePath(QStringLiteral("held")), "1");
+    else
+        QFile::remove(dir.filePath(QStringLiteral("held")));
+}
+
 void StandInTools::setProbeMissing() { writeTool(QStringLiteral("ffprobe"), "exit 127\n"); }
 
 void StandInTools::setDpkgOutput(const QByteArray &output)
@@ -60,7 +68,7 @@ void StandInTools::setDpkgMissing() { writeTool(QStringLiteral("dpkg"), "exit 12
 void StandInTools::writeProbe()
 {
     QByteArray body = "sleep " + QByteArray::number(probeDelay / 1000.0) +
-        "\nfor last in \"$@\"; do :; done\ncase $last in\n";
+        "\nwhile [ -e \"${0%/*}/held\" ]; do sleep 0.01; done\nfor last in \"$@\"; do :; done\ncase $last in\n";
     for (const auto &named : qAsConst(scripts))
         body += shellQuoted(named.first) + ")\n" + named.second + "\n;;\n";
     writeFile(dir.filePath(QStringLiteral("ffprobe.out")), answer);
@@ -70,12 +78,9 @@ void StandInTools::writeProbe()
 
 void StandInTools::writeTool(const QString &name, const QByteArray &body)
 {
-    const QString path = dir.filePath(name);
     // The record: how many arguments, then each, all ended by a zero.
-    writeFile(path,
-              "#!/bin/sh\nprintf '%s\\0' $# \"$@\" >>\"${0%/*}/" + name.toUtf8() + ".log\"\n" +
-                  body);
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    writeProgram(dir.filePath(name),
+                 "printf '%s\\0' $# \"$@\" >>\"${0%/*}/" + name.toUtf8() + ".log\"\n" + body);
 }
 
 QList<QByteArrayList> StandInTools::calls(const QString &tool) const

@@ -27,6 +27,7 @@ public:
     void setProbeScriptFor(const QString &name, const QByteArray &script);
     void setProbeExit(int code); // after the answer
     void setProbeDelay(int ms); // before the answer
+    void holdProbes(bool held); // none answers while it is set
     void setProbeMissing(); // as when ffprobe is not installed
     void setDpkgOutput(const QByteArray &output);
     void setDpkgMissing();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "fullscreenvideocontrl.h"
+#include "icons.h"
 #include "speedwind.h"
 
 #include <QtTest>
@@ -123,9 +124,3 @@ inline bool hidden(const Bar &bar) { return !bar.state && !bar.isVisible(); }
 inline bool speedShown(const Bar &bar) { return bar.sw->state == 1 && bar.sw->isVisible(); }
 
 inline bool speedHidden(const Bar &bar) { return bar.sw->state == 0 && !bar.sw->isVisible(); }
-
-inline bool showsIcon(const QAbstractButton *button, const QString &path)
-{
-    const QImage expected = QIcon(path).pixmap(64, 64).toImage();
-    return !expected.isNull() && button->icon().pixmap(64, 64).toImage() == expected;
-}

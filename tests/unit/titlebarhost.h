@@ -1,11 +1,11 @@
 // A frameless window with a title bar, for the tests of the title bar.
 #pragma once
 
+#include "icons.h"
 #include "testsupport.h"
 #include "titlebar.h"
 
 #include <QFile>
-#include <QIcon>
 #include <QMainWindow>
 #include <QMouseEvent>
 #include <QPushButton>
@@ -15,14 +15,6 @@ const auto kPin = QStringLiteral(":/image/controlicon/thumbtack1.png");
 const auto kPinned = QStringLiteral(":/image/controlicon/pinvertical.png");
 const auto kMax = QStringLiteral(":/image/controlicon/max.png");
 const auto kRestore = QStringLiteral(":/image/controlicon/restore.png");
-
-inline QImage picture(const QIcon &icon) { return icon.pixmap(22, 22).toImage(); }
-
-inline bool shows(const QPushButton *button, const QString &path)
-{
-    return QFile::exists(path) && !picture(button->icon()).isNull() &&
-        picture(button->icon()) == picture(QIcon(path));
-}
 
 class Bar : public TitleBar {
 public:

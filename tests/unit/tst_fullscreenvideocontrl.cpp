@@ -124,12 +124,12 @@ void TestFullScreenVideoControl::buttons()
         QCOMPARE(button->palette().color(QPalette::ButtonText), QColor(Qt::white));
         QVERIFY(!button->hasMouseTracking());
     }
-    QVERIFY(showsIcon(bar.stopBtn, ":/image/controlicon/stop.png"));
-    QVERIFY(showsIcon(bar.playBtn, pauseIcon));
-    QVERIFY(showsIcon(bar.forwardBtn, ":/image/controlicon/forward.png"));
-    QVERIFY(showsIcon(bar.backwardBtn, ":/image/controlicon/backward.png"));
-    QVERIFY(showsIcon(bar.voiceBtn, ":/image/controlicon/vol1.png"));
-    QVERIFY(showsIcon(bar.fullScreenBtn, ":/image/controlicon/exitfull1.png"));
+    QVERIFY(sameIcon(bar.stopBtn->icon(), ":/image/controlicon/stop.png"));
+    QVERIFY(sameIcon(bar.playBtn->icon(), pauseIcon));
+    QVERIFY(sameIcon(bar.forwardBtn->icon(), ":/image/controlicon/forward.png"));
+    QVERIFY(sameIcon(bar.backwardBtn->icon(), ":/image/controlicon/backward.png"));
+    QVERIFY(sameIcon(bar.voiceBtn->icon(), ":/image/controlicon/vol1.png"));
+    QVERIFY(sameIcon(bar.fullScreenBtn->icon(), ":/image/controlicon/exitfull1.png"));
     QVERIFY(bar.speedBtn->icon().isNull());
     QCOMPARE(bar.speedBtn->text(), QString("倍速"));
     for (const QPushButton *button : all)

@@ -43,7 +43,7 @@ private:
     void show(TestWindow &window);
     void resizeTo(TestWindow &window, int width, int height);
 
-    QScopedPointer<InstallRoot> root;
+    QScopedPointer<PlayerRoot> root;
 };
 
 void TestMainWindowLayout::initTestCase()
@@ -53,12 +53,8 @@ void TestMainWindowLayout::initTestCase()
 
 void TestMainWindowLayout::init()
 {
-    resetSharedState();
-    root.reset(new InstallRoot);
-    defaultPlayPath = root->historyFile();
+    root.reset(new PlayerRoot);
     defaultVolum = 0; // any other shows a notice soon after the first layout
-    screenShotPath = root->path() + "/shots/";
-    QDir().mkpath(screenShotPath);
 }
 
 void TestMainWindowLayout::cleanup() { root.reset(); }

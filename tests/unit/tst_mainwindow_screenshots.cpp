@@ -1,5 +1,6 @@
 // The main window's side of screenshots: the folder, the worker's start, the button, the notice.
 #include "common.h"
+#include "enginebench.h"
 #include "testsupport.h"
 #include "testwindow.h"
 #include "whenopen.h"
@@ -123,35 +124,31 @@ void TestMainWindowScreenshots::workerRunsInSoftwareModes()
 
 void TestMainWindowScreenshots::buttonCountsRequests()
 {
+    const StandInEngine engine(root->path());
     TestWindow window(nullptr);
-    const QString input = root->path() + "/input";
-    QProcess *engine = playinglist.process_mplayer;
-    engine->start("sh", {"-c", "exec cat >\"$0\"", input});
-    QVERIFY(engine->waitForStarted());
+    playinglist.process_mplayer->start(engine.path(), QStringList());
     playinglist.state = 1;
     for (const bool playing : {true, false}) { // paused as well
         playingState = playing;
         window.ui->snapShotBtn->click();
     }
     QCOMPARE(window.snapThread->snapCount, 2);
-    engine->closeWriteChannel();
-    QVERIFY(engine->waitForFinished());
-    QCOMPARE(readFile(input), QByteArray("screenshot 0screenshot 0")); // no line ends: intended
+    playinglist.process_mplayer->closeWriteChannel();
+    QTRY_VERIFY(engine.last().inputClosed);
+    QCOMPARE(engine.input(), QByteArray("screenshot 0screenshot 0")); // no line ends: intended
 }
 
 void TestMainWindowScreenshots::buttonWithNothingLoaded()
 {
+    const StandInEngine engine(root->path());
     TestWindow window(nullptr);
-    const QString input = root->path() + "/input";
-    QProcess *engine = playinglist.process_mplayer;
-    engine->start("sh", {"-c", "exec cat >\"$0\"", input});
-    QVERIFY(engine->waitForStarted());
+    playinglist.process_mplayer->start(engine.path(), QStringList());
     playingState = true; // only the loaded state counts
     window.ui->snapShotBtn->click();
     QCOMPARE(window.snapThread->snapCount, 0);
-    engine->closeWriteChannel();
-    QVERIFY(engine->waitForFinished());
-    QCOMPARE(readFile(input), QByteArray());
+    playinglist.process_mplayer->closeWriteChannel();
+    QTRY_VERIFY(engine.last().inputClosed);
+    QCOMPARE(engine.input(), QByteArray());
 }
 
 void TestMainWindowScreenshots::noticeNamesTheFile()

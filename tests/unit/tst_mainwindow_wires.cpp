@@ -1,75 +1,10 @@
-// Which signal of which companion reaches which slot of the main window, and that each does so
-// once.
-#include "common.h"
-#include "engine.h"
+// Which signal of which companion reaches the main window, and that each acts once.
 #include "fullscreenbar.h"
-#include "testsupport.h"
-#include "testwindow.h"
+#include "playerbench.h"
+#include "whenopen.h"
 
+#include <QFileDialog>
 #include <QtTest>
-
-namespace {
-
-struct Wire {
-    const char *signal;
-    const char *slot;
-};
-
-const Wire barWires[] = {
-    {SIGNAL(mouseHide()), SLOT(recvMouseHide())},
-    {SIGNAL(processSliderSignal(int)), SLOT(processSliderPressed(int))},
-    {SIGNAL(fullScreenSignal()), SLOT(recvFullScreenSignal())},
-    {SIGNAL(stopSignal()), SLOT(recvStopSignal())},
-    {SIGNAL(playBtnClickedSignal()), SLOT(recvPlayBtnClicked())},
-    {SIGNAL(volumSignal(int)), SLOT(recvVolumSignal(int))},
-    {SIGNAL(speedSetSignal(int)), SLOT(recvChangeSpeed(int))},
-    {SIGNAL(openFileBtnSignal()), SLOT(on_openFileBtn_clicked())},
-    {SIGNAL(voiceDelayPlusSignal()), SLOT(voiceDelayPlus())},
-    {SIGNAL(voiceDelayReduceSignal()), SLOT(voiceDelayReduce())},
-    {SIGNAL(cancelAudioDelaySignal()), SLOT(cancelAudioDelay())},
-    {SIGNAL(setAudioDelaySignal()), SLOT(setAudioDelay())},
-    {SIGNAL(openSubTitleFileSignal()), SLOT(openSubTitleFile())},
-    {SIGNAL(subTitleDelayIncreaseSignal()), SLOT(subTitleDelayIncrease())},
-    {SIGNAL(subTitleDelayReduceSignal()), SLOT(subTitleDelayReduce())},
-    {SIGNAL(cancelSubDelaySignal()), SLOT(cancelSubDelay())},
-    {SIGNAL(delSubTitleSignal()), SLOT(delSubTitle())},
-    {SIGNAL(setSubDelaySignal()), SLOT(setSubDelay())},
-    {SIGNAL(subScalePlusSignal()), SLOT(subScalePlus())},
-    {SIGNAL(subScaleReduceSignal()), SLOT(subScaleReduce())},
-    {SIGNAL(subPosUpSignal()), SLOT(subPosUp())},
-    {SIGNAL(subPosDownSignal()), SLOT(subPosDown())},
-};
-
-// Unplugs the wire, so that what is left over can be asked for. False when there was none.
-bool unplug(QObject *sender, const Wire &wire, QObject *receiver)
-{
-    return QObject::disconnect(sender, wire.signal, receiver, wire.slot);
-}
-
-// A process in the engine's place that writes down its input and says nothing.
-class Scribe {
-public:
-    bool start()
-    {
-        QProcess *engine = playinglist.process_mplayer;
-        engine->start("sh", {"-c", "exec cat >\"$0\"", path()});
-        playinglist.state = 1;
-        playingState = true;
-        return engine->waitForStarted();
-    }
-    QByteArray finish()
-    {
-        QProcess *engine = playinglist.process_mplayer;
-        engine->closeWriteChannel();
-        return engine->waitForFinished() ? readFile(path()) : QByteArray("does not end");
-    }
-
-private:
-    QString path() const { return folder.filePath("input"); }
-    QTemporaryDir folder;
-};
-
-} // namespace
 
 class TestMainWindowWires : public QObject {
     Q_OBJECT
@@ -78,10 +13,13 @@ private slots:
     void init();
     void cleanup();
 
-    void barReachesTheWindow();
-    void othersReachTheWindow();
     void barSignalsActOnce_data();
     void barSignalsActOnce();
+    void barOpensDialogsOnce_data();
+    void barOpensDialogsOnce();
+    void othersActOnce();
+    void listActsOnce();
+    void titleBarActsOnce();
     void barButtonsWithoutEffect();
     void stopFromTheBar();
     void fullScreenFromTheBar();
@@ -90,68 +28,26 @@ private slots:
     void togglesActOnce();
 
 private:
-    QScopedPointer<InstallRoot> root;
-    QScopedPointer<TestWindow> window;
+    void play();
+
+    QScopedPointer<PlayerBench> bench;
+    TestWindow *window = nullptr;
 };
 
 void TestMainWindowWires::init()
 {
-    resetSharedState();
-    root.reset(new InstallRoot);
-    defaultPlayPath = root->historyFile();
-    screenShotPath = root->path() + "/shots/";
-    decodeFlag = 2; // no worker is needed here
-    addrlist[0].addr = "/film.mp4";
-    addrNum = 1;
-    window.reset(new TestWindow(nullptr));
+    bench.reset(new PlayerBench(2));
+    window = &bench->open();
 }
 
-void TestMainWindowWires::cleanup()
-{
-    window.reset();
-    root.reset();
-}
+void TestMainWindowWires::cleanup() { bench.reset(); }
 
-void TestMainWindowWires::barReachesTheWindow()
+// The older entry, with an engine that tells nothing.
+void TestMainWindowWires::play()
 {
-    for (const Wire &wire : barWires)
-        QVERIFY2(unplug(window->fsvc, wire, window.data()), wire.signal);
-    // Nothing else: forward and backward least of all.
-    for (const QString &name : allSignals()) {
-        const QByteArray signal = "2" + name.toLatin1();
-        QVERIFY2(!QObject::disconnect(window->fsvc, signal, window.data(), nullptr), signal);
-    }
-}
-
-void TestMainWindowWires::othersReachTheWindow()
-{
-    const struct {
-        QObject *sender;
-        Wire wire;
-    } wires[] = {
-        {playinglist.process_mplayer, {SIGNAL(readyReadStandardOutput()), SLOT(dataReceive())}},
-        {window->ui->processSlider, {SIGNAL(sliderPressed()), SLOT(processSliderPressed())}},
-        {window->ui->processSlider, {SIGNAL(sliderReleased()), SLOT(processSliderPressed())}},
-        {window->ui->volumSlider, {SIGNAL(sliderPressed()), SLOT(volumSliderMoved())}},
-        {window->ui->volumSlider, {SIGNAL(sliderReleased()), SLOT(volumSliderMoved())}},
-        {window->sw, {SIGNAL(changeSpeed(int)), SLOT(recvChangeSpeed(int))}},
-        {window->ads, {SIGNAL(setAudioDelaySignal(double)), SLOT(recvAudioDelaySignal(double))}},
-        {window->ads, {SIGNAL(setSubDelaySignal(double)), SLOT(recvSubDelaySignal(double))}},
-        {window->m_titleBar,
-         {SIGNAL(setWindowAlwaysOnTopSignal(bool)), SLOT(recvWindowAlwaysOnTopSignal(bool))}},
-        {window->m_titleBar, {SIGNAL(decodeSetSignal()), SLOT(recvSetDecodeSignal())}},
-        {window->listWidget,
-         {SIGNAL(itemDoubleClicked(QListWidgetItem *)), SLOT(playSelectedItem(QListWidgetItem *))}},
-        {window->listWidget,
-         {SIGNAL(sig_play(QListWidgetItem *)), SLOT(playSelectedItem(QListWidgetItem *))}},
-        {window->listWidget, {SIGNAL(removeAndStopSignal()), SLOT(recvRemoveAndStopSignal())}},
-        {window->snapThread, {SIGNAL(saveSnapShotSignal(QString)), SLOT(fileMoveMSg(QString))}},
-    };
-    for (const auto &row : wires)
-        QVERIFY2(unplug(row.sender, row.wire, window.data()), row.wire.signal);
-    for (const auto &row : wires)
-        QVERIFY2(!QObject::disconnect(row.sender, row.wire.signal, window.data(), nullptr),
-                 row.wire.signal);
+    bench->engine.setSilent();
+    bench->play(0);
+    QVERIFY(bench->engine.waitForStarts(1));
 }
 
 void TestMainWindowWires::barSignalsActOnce_data()
@@ -189,32 +85,140 @@ void TestMainWindowWires::barSignalsActOnce()
 {
     QFETCH(QString, signal);
     QFETCH(QByteArray, written);
-    Scribe scribe;
-    QVERIFY(scribe.start());
+    play();
     subTitleFlag = true;
     audioDelay = 0.5;
     subDelay = 0.7;
     const QByteArray name = signal.section('(', 0, 0).toLatin1();
     const QString argument = signal.section('(', 1).chopped(1);
-    QVERIFY(argument.isEmpty()
-                ? QMetaObject::invokeMethod(window->fsvc, name)
-                : QMetaObject::invokeMethod(window->fsvc, name, Q_ARG(int, argument.toInt())));
-    QCOMPARE(scribe.finish(), written);
+    QCOMPARE(bench->sent([&] {
+        QVERIFY(argument.isEmpty()
+                    ? QMetaObject::invokeMethod(window->fsvc, name)
+                    : QMetaObject::invokeMethod(window->fsvc, name, Q_ARG(int, argument.toInt())));
+    }),
+             written);
+}
+
+void TestMainWindowWires::barOpensDialogsOnce_data()
+{
+    QTest::addColumn<QString>("opened");
+    QTest::newRow("openFileBtnSignal")
+        << "视频文件(*.mp4 *.wmv *.avi *.flv *.rmvb *.mov *.mkv *.webm)";
+    QTest::newRow("openSubTitleFileSignal") << "字幕文件(*.srt *.ass *.ssa *.vtt)";
+    QTest::newRow("setAudioDelaySignal") << "delay 0";
+    QTest::newRow("setSubDelaySignal") << "delay 1";
+}
+
+void TestMainWindowWires::barOpensDialogsOnce()
+{
+    QFETCH(QString, opened);
+    play();
+    subTitleFlag = true;
+    QStringList dialogs;
+    const WhenModal first([&](QWidget *dialog) {
+        auto *files = qobject_cast<QFileDialog *>(dialog);
+        dialogs << (files ? files->nameFilters().first() : QString("delay %1").arg(delayFlag));
+        dialog->close();
+        // A second one would open as soon as the first is closed.
+        QTimer::singleShot(0, window, [&dialogs] {
+            if (QWidget *second = QApplication::activeModalWidget()) {
+                dialogs << "a second one";
+                second->close();
+            }
+        });
+    });
+    QVERIFY(QMetaObject::invokeMethod(window->fsvc, QTest::currentDataTag()));
+    QCOMPARE(dialogs, QStringList{opened});
+}
+
+// The sliders, the speeds and the delay dialogs.
+void TestMainWindowWires::othersActOnce()
+{
+    play();
+    window->ui->processSlider->setRange(0, 100);
+    window->ui->processSlider->setValue(30);
+    window->ui->volumSlider->setValue(70);
+    QTRY_VERIFY(!window->volumSliderTimer->isActive());
+    const auto sentBy = [this](QObject *sender, const char *signal,
+                               QGenericArgument argument = QGenericArgument()) {
+        return bench->sent([&] { QVERIFY(QMetaObject::invokeMethod(sender, signal, argument)); });
+    };
+    QSlider *place = window->ui->processSlider;
+    QCOMPARE(sentBy(place, "sliderPressed"), QByteArray("seek 30 2\n"));
+    QCOMPARE(sentBy(place, "sliderReleased"), QByteArray("seek 30 2\n"));
+    QSlider *volume = window->ui->volumSlider;
+    QCOMPARE(sentBy(volume, "sliderPressed"), QByteArray("volume 70 2\n"));
+    QCOMPARE(sentBy(volume, "sliderReleased"), QByteArray("volume 70 2\n"));
+    QCOMPARE(sentBy(window->sw, "changeSpeed", Q_ARG(int, 200)), QByteArray("speed_set 2\n"));
+    QCOMPARE(sentBy(window->ads, "setAudioDelaySignal", Q_ARG(double, 0.3)),
+             QByteArray("audio_delay 0.000000\naudio_delay 0.300000\n"));
+    subTitleFlag = true;
+    QCOMPARE(sentBy(window->ads, "setSubDelaySignal", Q_ARG(double, 0.4)),
+             QByteArray("sub_delay 0.000000\nsub_delay 0.400000\n"));
+}
+
+// What the engine prints is read; a double click and the menu play a row, each by one new engine.
+void TestMainWindowWires::listActsOnce()
+{
+    play();
+    QListWidgetItem *newest = window->listWidget->item(0);
+    window->listWidget->currentIndex = 0;
+    emit window->listWidget->itemDoubleClicked(newest);
+    QVERIFY(bench->engine.waitForStarts(2));
+    QCOMPARE(bench->played(), QStringList({PlayerBench::address(0), PlayerBench::address(1)}));
+    QVERIFY(bench->showsPosition("12.0", 12));
+    window->listWidget->currentIndex = 1;
+    emit window->listWidget->sig_play(window->listWidget->item(1));
+    QVERIFY(bench->engine.waitForStarts(3));
+    QCOMPARE(bench->lastPlayed(), PlayerBench::address(0));
+    emit window->listWidget->removeAndStopSignal();
+    QCOMPARE(playinglist.state, 0);
+    QCOMPARE(bench->engine.starts().size(), 3);
+}
+
+void TestMainWindowWires::titleBarActsOnce()
+{
+    int shows = 0; // the window is shown anew each time
+    class Counter : public QObject {
+    public:
+        explicit Counter(int &count)
+            : count(count)
+        {
+        }
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            count += event->type() == QEvent::Show;
+            return false;
+        }
+        int &count;
+    } counter(shows);
+    window->installEventFilter(&counter);
+    for (const bool onTop : {true, false}) {
+        shows = 0;
+        emit window->m_titleBar->setWindowAlwaysOnTopSignal(onTop);
+        QCOMPARE(bool(window->windowFlags() & Qt::WindowStaysOnTopHint), onTop);
+        QCOMPARE(shows, 1);
+    }
+    decodeFlag = DecodeHardware;
+    emit window->m_titleBar->decodeSetSignal();
+    QCOMPARE(window->ui->snapShotBtn->toolTip(), QString("请在软解模式下截图"));
+    emit window->snapThread->saveSnapShotSignal("/a.png");
+    QCOMPARE(window->ui->stateLabel->text(), QString("截图已保存至/a.png"));
 }
 
 void TestMainWindowWires::barButtonsWithoutEffect()
 {
-    Scribe scribe;
-    QVERIFY(scribe.start());
-    window->fsvc->forwardBtn->click();
-    window->fsvc->backwardBtn->click();
-    QCOMPARE(scribe.finish(), QByteArray());
+    play();
+    QCOMPARE(bench->sent([this] {
+        window->fsvc->forwardBtn->click();
+        window->fsvc->backwardBtn->click();
+    }),
+             QByteArray());
 }
 
 void TestMainWindowWires::stopFromTheBar()
 {
-    Scribe scribe;
-    QVERIFY(scribe.start());
+    play();
     window->fsvc->stopBtn->click();
     QCOMPARE(playinglist.state, 0);
     QCOMPARE(playingState, false);
@@ -252,11 +256,9 @@ void TestMainWindowWires::buttonsActOnce()
 {
     QFETCH(QString, button);
     QFETCH(QByteArray, written);
-    Scribe scribe;
-    QVERIFY(scribe.start());
+    play();
     window->ui->snapShotBtn->setEnabled(true);
-    window->findChild<QToolButton *>(button)->click();
-    QCOMPARE(scribe.finish(), written);
+    QCOMPARE(bench->sent([&] { window->findChild<QToolButton *>(button)->click(); }), written);
 }
 
 // Called twice, each of these would look as if nothing had happened.
@@ -267,8 +269,7 @@ void TestMainWindowWires::togglesActOnce()
     window->ui->speedSetBtn->click();
     QCOMPARE(window->sw->state, 1);
     QVERIFY(window->sw->isVisible());
-    Scribe scribe;
-    QVERIFY(scribe.start());
+    play();
     window->ui->stopBtn->click();
     QCOMPARE(playinglist.state, 0);
     QCOMPARE(playinglist.process_mplayer->state(), QProcess::NotRunning);

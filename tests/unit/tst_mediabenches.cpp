@@ -199,10 +199,8 @@ void TestMediaBenches::withoutASoundServer()
         QVERIFY(!pulse.isRunning());
         QCOMPARE(pulse.missing(), "there is no pulseaudio");
     }
-    for (const char *tool : {"pactl", "parec", "pulseaudio"}) {
-        writeFile(folder.filePath(tool), "#!/bin/sh\nexit 1\n");
-        QVERIFY(QFile::setPermissions(folder.filePath(tool), QFile::ReadOwner | QFile::ExeOwner));
-    }
+    for (const char *tool : {"pactl", "parec", "pulseaudio"})
+        writeProgram(folder.filePath(tool), "exit 1\n");
     const PathPrefix ends(folder.path());
     QElapsedTimer clock;
     clock.start();

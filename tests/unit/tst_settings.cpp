@@ -1,5 +1,6 @@
 #include "common.h"
 #include "dialogforms.h"
+#include "icons.h"
 #include "settings.h"
 #include "testsupport.h"
 #include "whenopen.h"
@@ -272,9 +273,7 @@ void TestSettings::showReadsTheGlobals()
     QCOMPARE(dialog.ui->snapPathEdit->toolTip(), QString("/home/人/截图/"));
     QCOMPARE(dialog.focusWidget(), dialog.ui->confirmBtn);
     const QString picture = ":/image/controlicon/openfile.png";
-    QVERIFY(QFile::exists(picture));
-    QCOMPARE(dialog.ui->selectSnapPathBtn->icon().pixmap(22, 22).toImage(),
-             QIcon(picture).pixmap(22, 22).toImage());
+    QVERIFY(sameIcon(dialog.ui->selectSnapPathBtn->icon(), picture));
 }
 
 void TestSettings::showFixesTheSize()

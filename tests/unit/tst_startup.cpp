@@ -1,6 +1,7 @@
 #include "common.h"
 #include "startup.h"
 #include "testsupport.h"
+#include "toolbench.h"
 
 #include <QApplication>
 #include <QtTest>
@@ -86,37 +87,23 @@ private slots:
     void whatComesBeforeTheFiles();
 
 private:
-    void installPackageTool(const QByteArray &output);
-    int packageToolRuns() const { return readFile(bin->filePath("log")).count('\n'); }
+    int packageToolRuns() const { return tools->dpkgCalls().size(); }
 
     std::optional<InstallRoot> root;
-    std::optional<QTemporaryDir> bin;
-    std::optional<PathPrefix> path;
+    std::optional<StandInTools> tools;
 };
 
 void TestStartup::init()
 {
     resetSharedState();
     root.emplace();
-    bin.emplace();
-    QVERIFY(bin->isValid());
-    path.emplace(bin->path());
+    tools.emplace();
 }
 
 void TestStartup::cleanup()
 {
-    path.reset();
-    bin.reset();
+    tools.reset();
     root.reset();
-}
-
-// A stand-in that notes its arguments and prints output.
-void TestStartup::installPackageTool(const QByteArray &output)
-{
-    const QString tool = bin->filePath("dpkg");
-    writeFile(bin->filePath("output"), output);
-    writeFile(tool, "#!/bin/sh\necho \"$#:$*\" >>\"${0%/*}/log\"\nexec cat \"${0%/*}/output\"\n");
-    QVERIFY(QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
 }
 
 void TestStartup::noLocations()
@@ -268,7 +255,7 @@ void TestStartup::packageList()
 
 void TestStartup::notTheFirstStart()
 {
-    installPackageTool("");
+    tools->setDpkgOutput("");
     ::decodeFlag = 2;
     LogCapture log;
     QVERIFY(passFirstStart());
@@ -287,7 +274,7 @@ void TestStartup::firstStartWithoutHardware_data()
 void TestStartup::firstStartWithoutHardware()
 {
     QFETCH(int, mode);
-    installPackageTool("");
+    tools->setDpkgOutput("");
     decodeFlag = mode;
     firstStartFlag = 1;
     QVERIFY(passFirstStart());
@@ -315,12 +302,12 @@ void TestStartup::firstStartWithHardware()
 {
     QFETCH(QByteArray, output);
     QFETCH(bool, passed);
-    installPackageTool(output);
+    tools->setDpkgOutput(output);
     ::decodeFlag = 2;
     firstStartFlag = 1;
     LogCapture log;
     QCOMPARE(passFirstStart(), passed);
-    QCOMPARE(readFile(bin->filePath("log")), QByteArray("1:-l\n"));
+    QCOMPARE(tools->dpkgCalls(), QList<QByteArrayList>{{"-l"}});
     QCOMPARE(log.lines().value(0), QString("dpkg -l|grep vdpau "));
     QCOMPARE(readFile(root->configFile()), QByteArray("[DEFAULT]\nfirst_start=0\n"));
     QCOMPARE(::decodeFlag, 2); // the caller's turn
@@ -328,7 +315,7 @@ void TestStartup::firstStartWithHardware()
 
 void TestStartup::firstStartHappensOnce()
 {
-    installPackageTool("");
+    tools->setDpkgOutput("");
     writeFile(root->configFile(), "[DEFAULT]\nfirst_start=1\ndecode_flag=2\n");
     getDefaultConfig();
     QVERIFY(!passFirstStart());
@@ -369,7 +356,7 @@ void TestStartup::longPackageList()
     QByteArray output = "vdpau ";
     output += QByteArray(offset - output.size() - 1, 'x') + " libvdpau1 end\n";
     QCOMPARE(output.indexOf("libvdpau1"), offset);
-    installPackageTool(output);
+    tools->setDpkgOutput(output);
     ::decodeFlag = 2;
     firstStartFlag = 1;
     QCOMPARE(passFirstStart(), passed);
@@ -377,7 +364,7 @@ void TestStartup::longPackageList()
 
 void TestStartup::noProcessIsLeft()
 {
-    installPackageTool("ii  libvdpau1  vdpau \n");
+    tools->setDpkgOutput("ii  libvdpau1  vdpau \n");
     ::decodeFlag = 2;
     firstStartFlag = 1;
     QVERIFY(passFirstStart());

@@ -414,4 +414,4 @@ int main(int argc, char *argv[])
     return QTest::qExec(&test, argc, argv);
 }
 
-#include "tst_engineprocess.moc"
+#include "tst_engine.moc"

@@ -1,9 +1,5 @@
 // Closing the main window: what is saved and in which order, and that nothing stays behind.
-#include "common.h"
-#include "enginebench.h"
-#include "testsupport.h"
-#include "testwindow.h"
-#include "toolbench.h"
+#include "playerbench.h"
 #include "whenopen.h"
 
 #include <QCloseEvent>
@@ -35,25 +31,18 @@ private slots:
 
 private:
     void makeWindow();
-    void play();
     QString storedVolume() const;
 
-    QScopedPointer<PlayerRoot> root;
-    QScopedPointer<StandInEngine> engine;
-    QScopedPointer<TestWindow> window;
+    QScopedPointer<PlayerBench> bench;
+    TestWindow *window = nullptr;
 };
 
 void TestClosing::init()
 {
-    root.reset(new PlayerRoot);
-    engine.reset(new StandInEngine(root->path()));
-    engine->setLength("100.00");
-    engine->setPosition("40.0");
-    addrlist[0].addr = "/film.mp4";
-    addrlist[0].label = "film.mp4";
-    addrlist[0].type = 1;
+    bench.reset(new PlayerBench(1));
+    bench->engine.setLength("100.00");
+    bench->engine.setPosition("40.0");
     addrlist[0].last_play_time = 7;
-    addrNum = 1;
     varyJsonConfig(defaultPlayPath, addrlist);
     lastTimePlayFlag = true;
     defaultVolum = 62;
@@ -62,50 +51,43 @@ void TestClosing::init()
 
 void TestClosing::cleanup()
 {
-    window.reset();
-    QVERIFY(engine->waitForNoEngine());
-    engine.reset();
-    root.reset();
+    bench->window.reset();
+    QVERIFY(bench->engine.waitForNoEngine());
+    bench.reset();
 }
 
 void TestClosing::makeWindow()
 {
-    window.reset(); // there is one main window at a time: it owns the shared engine
-    window.reset(new TestWindow(nullptr));
+    bench->window.reset(); // there is one main window at a time: it owns the shared engine
+    bench->window = std::make_unique<TestWindow>();
+    window = bench->window.get();
     window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window.data()));
-}
-
-void TestClosing::play()
-{
-    window->on_playBtn_clicked();
-    QVERIFY(engine->waitForStarts(1));
-    QTRY_COMPARE(window->currentPosition, 40);
+    QVERIFY(QTest::qWaitForWindowExposed(window));
 }
 
 QString TestClosing::storedVolume() const
 {
-    return QSettings(root->configFile(), QSettings::IniFormat)
+    return QSettings(bench->root.configFile(), QSettings::IniFormat)
         .value("/DEFAULT/default_volum")
         .toString();
 }
 
 void TestClosing::savesPositionAndVolume()
 {
-    play();
+    QVERIFY(bench->playFilm());
     QVERIFY(window->close());
     QVERIFY(!window->isVisible());
     QCOMPARE(storedPosition(defaultPlayPath), 40);
     QCOMPARE(storedVolume(), QString("62"));
-    QVERIFY(engine->waitForInput("quit\n"));
-    QVERIFY(engine->runningEngines().isEmpty());
+    QVERIFY(bench->engine.waitForInput("quit\n"));
+    QVERIFY(bench->engine.runningEngines().isEmpty());
     QCOMPARE(addrNum, 1);
 }
 
 void TestClosing::keepsThePlaceWithoutResume()
 {
     lastTimePlayFlag = false;
-    play();
+    QVERIFY(bench->playFilm());
     QVERIFY(window->close());
     QCOMPARE(storedPosition(defaultPlayPath), 7);
 }
@@ -114,33 +96,33 @@ void TestClosing::keepsThePlaceWithoutResume()
 void TestClosing::emptiesTheListLast()
 {
     emptyListCheckFlag = true;
-    play();
+    QVERIFY(bench->playFilm());
     QVERIFY(window->close());
     QVERIFY(QFile::exists(defaultPlayPath));
     QCOMPARE(readFile(defaultPlayPath), QByteArray());
     QCOMPARE(storedVolume(), QString("62"));
     QCOMPARE(addrNum, 1);
-    QCOMPARE(addrlist[0].addr, QString("/film.mp4"));
+    QCOMPARE(addrlist[0].addr, PlayerBench::address(0));
     QCOMPARE(window->listWidget->count(), 1);
 }
 
 void TestClosing::listThatCannotBeEmptied()
 {
     emptyListCheckFlag = true;
-    play();
+    QVERIFY(bench->playFilm());
     QVERIFY(QFile::remove(defaultPlayPath));
     QVERIFY(QDir().mkdir(defaultPlayPath));
     LogCapture log;
     QVERIFY(window->close());
     QVERIFY(log.contains("Json File open fail! 1692"));
     QCOMPARE(storedVolume(), QString("62"));
-    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(bench->engine.waitForNoEngine());
     QVERIFY(!window->snapThread->isRunning());
 }
 
 void TestClosing::stopsTimersPopUpsAndWorker()
 {
-    play();
+    QVERIFY(bench->playFilm());
     QVERIFY(window->snapThread->isRunning());
     window->mouseClickTimer->start(500);
     window->ui->volumSlider->setValue(10);
@@ -163,11 +145,11 @@ void TestClosing::stopsTimersPopUpsAndWorker()
 
 void TestClosing::closesWhilePaused()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->on_playBtn_clicked();
     QVERIFY(window->close());
     QCOMPARE(storedPosition(defaultPlayPath), 40);
-    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(bench->engine.waitForNoEngine());
 }
 
 void TestClosing::closesWithNothingLoaded()
@@ -176,17 +158,17 @@ void TestClosing::closesWithNothingLoaded()
     QVERIFY(window->close());
     QCOMPARE(readFile(defaultPlayPath), before);
     QCOMPARE(storedVolume(), QString("62"));
-    QVERIFY(engine->starts().isEmpty());
+    QVERIFY(bench->engine.starts().isEmpty());
 }
 
 void TestClosing::closesInFullScreen()
 {
-    play();
+    QVERIFY(bench->playFilm());
     window->on_fullScreenBtn_clicked();
     QTRY_VERIFY(window->isFullScreen());
     QVERIFY(window->close());
     QCOMPARE(storedPosition(defaultPlayPath), 40);
-    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(bench->engine.waitForNoEngine());
 }
 
 void TestClosing::tenTimes()
@@ -196,34 +178,34 @@ void TestClosing::tenTimes()
         playinglist.state = 0;
         makeWindow();
         window->on_playBtn_clicked();
-        QVERIFY(engine->waitForStarts(i + 1));
+        QVERIFY(bench->engine.waitForStarts(i + 1));
         QVERIFY(window->close());
-        window.reset();
+        bench->window.reset();
     }
-    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(bench->engine.waitForNoEngine());
     QVERIFY(!log.contains("QThread: Destroyed"));
 }
 
 void TestClosing::destroyedWithoutClosing()
 {
     LogCapture log;
-    play();
-    window.reset();
-    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(bench->playFilm());
+    bench->window.reset();
+    QVERIFY(bench->engine.waitForNoEngine());
     QVERIFY(!playinglist.process_mplayer);
     QVERIFY(!log.contains("QThread: Destroyed") && !log.contains("QProcess: Destroyed"));
 }
 
 void TestClosing::engineThatIgnoresQuit()
 {
-    engine->ignoreQuit();
-    engine->ignoreTerm();
-    play();
+    bench->engine.ignoreQuit();
+    bench->engine.ignoreTerm();
+    QVERIFY(bench->playFilm());
     QElapsedTimer clock;
     clock.start();
     QVERIFY(window->close());
     QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
-    QVERIFY(engine->waitForNoEngine());
+    QVERIFY(bench->engine.waitForNoEngine());
 }
 
 // A signal closes the window from inside a box's event loop; then the other dropped files must not
@@ -233,7 +215,7 @@ void TestClosing::duringARefusalNothingMoreIsOpened()
     StandInTools tools;
     tools.setProbeAnswerFor("/text.txt", "");
     emptyListCheckFlag = true;
-    play();
+    QVERIFY(bench->playFilm());
     QMimeData data;
     data.setUrls({QUrl("file:///text.txt"), QUrl("file:///second.mp4")});
     QDropEvent drop(QPointF(10, 100), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
@@ -246,12 +228,12 @@ void TestClosing::duringARefusalNothingMoreIsOpened()
     QCOMPARE(tools.probeCalls().size(), 1);
     QCOMPARE(addrNum, 1);
     QCOMPARE(QFileInfo(defaultPlayPath).size(), qint64(0));
-    QCOMPARE(engine->starts().size(), 1);
-    QVERIFY(engine->runningEngines().isEmpty());
+    QCOMPARE(bench->engine.starts().size(), 1);
+    QVERIFY(bench->engine.runningEngines().isEmpty());
 
     window->show(); // open again
     window->openAndDragFile("/second.mp4");
-    QVERIFY(engine->waitForStarts(2));
+    QVERIFY(bench->engine.waitForStarts(2));
 }
 
 void TestClosing::duringAWarningNothingIsStarted()
@@ -267,7 +249,7 @@ void TestClosing::duringAWarningNothingIsStarted()
     QCOMPARE(playinglist.state, 0);
     QCOMPARE(playinglist.process_mplayer->state(), QProcess::NotRunning);
     QVERIFY(!window->processTimer->isActive());
-    QVERIFY(engine->starts().isEmpty());
+    QVERIFY(bench->engine.starts().isEmpty());
     QCOMPARE(storedPosition(defaultPlayPath), 7);
 }
 

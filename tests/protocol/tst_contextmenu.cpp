@@ -64,6 +64,7 @@ QAction *entry(const QMenu *menu, const QString &text)
 void TestContextMenu::init()
 {
     bench.reset(new PlayerBench);
+    QFile::remove(bench->tools.folder() + "/ffprobe"); // the real one says what a film is
     window = &bench->openFilm(Clips::oneColour("red", 3));
     QVERIFY(window->windowActiveFlag);
     // Far from the last click, which would else count with the next one.

@@ -1,17 +1,14 @@
 // No engine freezes the player, whatever it does: a heartbeat in the GUI thread goes on while it is
 // silent, floods, prints what is no text, does not read, crashes or can't be started; the player
 // stops and closes at once, has one engine at most, and keeps little of what nobody reads.
-#include "common.h"
-#include "enginebench.h"
-#include "enginecommands.h"
 #include "engine.h"
+#include "enginecommands.h"
 #include "heartbeat.h"
 #include "longform.h"
 #include "ownprocess.h"
+#include "playerbench.h"
 #include "playorder.h"
 #include "processes.h"
-#include "testsupport.h"
-#include "testwindow.h"
 
 #include <QSlider>
 #include <QtTest>
@@ -139,32 +136,24 @@ private:
     void closeInTime();
     bool oneEngineAtMost() const;
 
-    QScopedPointer<PlayerRoot> root;
-    QScopedPointer<LogCapture> log;
-    QScopedPointer<StandInEngine> engine;
-    QScopedPointer<TestWindow> window;
+    QScopedPointer<PlayerBench> bench;
+    StandInEngine *engine = nullptr;
+    TestWindow *window = nullptr;
     QTimer polls;
 };
 
 void TestHostileEngine::init()
 {
-    root.reset(new PlayerRoot);
-    log.reset(new LogCapture);
-    engine.reset(new StandInEngine(root->path()));
-    addrlist[0].addr = "/film.mp4";
-    addrlist[0].label = "film.mp4";
-    addrlist[0].type = 1;
-    addrNum = 1;
+    bench.reset(new PlayerBench);
+    window = &bench->openFilm();
+    engine = &bench->engine;
+    engine->reset();
     varyJsonConfig(defaultPlayPath, addrlist);
     lastTimePlayFlag = true;
-    window.reset(new TestWindow(nullptr));
-    window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window.data()));
-    QTest::qWait(50); // the first painting
     if (longForm())
         return;
     // The polls of half a second in 50 ms.
-    connect(&polls, &QTimer::timeout, window.data(), [this] {
+    connect(&polls, &QTimer::timeout, window, [this] {
         if (window->processTimer->isActive())
             QMetaObject::invokeMethod(window->processTimer, "timeout");
     });
@@ -174,12 +163,10 @@ void TestHostileEngine::init()
 void TestHostileEngine::cleanup()
 {
     polls.stop();
-    window.reset();
+    bench->window.reset();
     QVERIFY(engine->waitForNoEngine());
     QVERIFY(!engine->overlapped());
-    engine.reset();
-    log.reset();
-    root.reset();
+    bench.reset();
 }
 
 void TestHostileEngine::start()
@@ -304,7 +291,7 @@ void TestHostileEngine::keepsLittleOfWhatIsUnread()
     else
         window->on_playBtn_clicked();
     qint64 read = 0;
-    connect(playinglist.process_mplayer, &QProcess::readyReadStandardOutput, window.data(),
+    connect(playinglist.process_mplayer, &QProcess::readyReadStandardOutput, window,
             [&] { read = qMax(read, playinglist.process_mplayer->bytesAvailable()); });
     // Read, and obeyed, only after the flood.
     writeToEngine(enginecommands::mute);
@@ -330,7 +317,7 @@ void TestHostileEngine::inputThatNobodyReads()
     engine->atStart(EngineAction::stopReading(60000));
     start();
     Heartbeat heart;
-    QTimer::singleShot(100, window.data(), sendMuch);
+    QTimer::singleShot(100, window, sendMuch);
     heart.watch(1500);
     QVERIFY2(heart.isSteady(), heart.report());
     QVERIFY(playinglist.process_mplayer->bytesToWrite() > 100000);
@@ -349,7 +336,7 @@ void TestHostileEngine::destroyedWhileNothingIsRead()
     QVERIFY(playinglist.process_mplayer->bytesToWrite() > 100000);
     QElapsedTimer clock;
     clock.start();
-    window.reset();
+    bench->window.reset();
     QVERIFY2(clock.elapsed() < stopLimit, qPrintable(QString::number(clock.elapsed())));
     QTRY_VERIFY_WITH_TIMEOUT(engine->runningEngines().isEmpty(), stopLimit);
 }
@@ -458,7 +445,7 @@ void TestHostileEngine::cannotBeStarted()
     if (kind == "no program")
         QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner));
 
-    const auto starts = [this] { return log->lines().filter("arglist:").size(); };
+    const auto starts = [this] { return bench->log.lines().filter("arglist:").size(); };
     window->on_playBtn_clicked();
     QElapsedTimer clock;
     clock.start();

@@ -1,10 +1,6 @@
 // A paused engine stays loaded: what happens to it when another entry is opened or played.
-#include "common.h"
-#include "enginebench.h"
+#include "playerbench.h"
 #include "playorder.h"
-#include "testsupport.h"
-#include "testwindow.h"
-#include "toolbench.h"
 
 #include <QtTest>
 
@@ -14,8 +10,7 @@ class TestPausedEngine : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void cleanup() { bench.reset(); }
     void newFile_data();
     void newFile();
     void entriesEditedByHand_data();
@@ -27,62 +22,28 @@ private slots:
 private:
     void pauseAt(int index, int count);
     void pauseEntry(int index);
-    QByteArrayList played() const;
 
-    std::optional<PlayerRoot> root;
-    std::optional<StandInEngine> engine;
-    std::optional<StandInTools> tools;
-    std::optional<TestWindow> window;
+    std::optional<PlayerBench> bench;
+    TestWindow *window = nullptr;
 };
-
-void TestPausedEngine::init()
-{
-    root.emplace();
-    engine.emplace(root->path());
-    engine->setLength("100");
-    engine->setPosition("40");
-    tools.emplace();
-    lastTimePlayFlag = true;
-}
 
 // Entries /f/0.mp4 (oldest) and so on, one of them loaded, 40 s in and paused.
 void TestPausedEngine::pauseAt(int index, int count)
 {
-    for (int i = 0; i < count; i++) {
-        addrlist[i].addr = QString("/f/%1.mp4").arg(i);
-        addrlist[i].label = QString("%1.mp4").arg(i);
-        addrlist[i].type = 1;
-    }
-    addrNum = count;
+    bench.emplace(count);
     pauseEntry(index);
 }
 
 void TestPausedEngine::pauseEntry(int index)
 {
-    window.emplace();
-    playinglist.addrIndex = index;
-    window->on_playBtn_clicked();
-    QVERIFY(engine->waitForStarts(1));
-    QTRY_COMPARE(window->ui->processSlider->maximum(), 100);
-    QTRY_COMPARE(window->currentPosition, 40);
+    lastTimePlayFlag = true;
+    window = &bench->open();
+    bench->play(index);
+    QVERIFY(bench->engine.waitForStarts(1));
+    QVERIFY(bench->showsLength("100", 100));
+    QVERIFY(bench->showsPosition("40", 40));
     window->on_playBtn_clicked();
     QVERIFY(!playingState);
-}
-
-void TestPausedEngine::cleanup()
-{
-    window.reset();
-    tools.reset();
-    engine.reset();
-    root.reset();
-}
-
-QByteArrayList TestPausedEngine::played() const
-{
-    QByteArrayList addresses;
-    for (const StandInEngine::Start &start : engine->starts())
-        addresses << start.arguments.value(0);
-    return addresses;
 }
 
 // Addresses that the player itself would not store: the position still goes to the entry that is
@@ -101,12 +62,13 @@ void TestPausedEngine::entriesEditedByHand()
 {
     QFETCH(QString, first);
     QFETCH(QString, second);
+    bench.emplace();
     addrlist[0].addr = first;
     addrlist[1].addr = second;
     addrNum = 2;
     pauseEntry(1);
     window->openAndDragFile("/new.mp4");
-    QVERIFY(engine->waitForStarts(2));
+    QVERIFY(bench->engine.waitForStarts(2));
     QCOMPARE(addrlist[0].last_play_time, 0);
     QCOMPARE(addrlist[1].last_play_time, 40);
 }
@@ -129,12 +91,12 @@ void TestPausedEngine::newFile()
         QCOMPARE(playinglist.addrIndex, -1);
     }
     window->openAndDragFile("/new.mp4");
-    QVERIFY(engine->waitForStarts(2));
-    QCOMPARE(played(), QByteArrayList({"/f/0.mp4", "/new.mp4"}));
+    QVERIFY(bench->engine.waitForStarts(2));
+    QCOMPARE(bench->played(), QStringList({"/f/0.mp4", "/new.mp4"}));
     QVERIFY(playingState);
     QCOMPARE(playinglist.addrIndex, addrNum - 1);
     QCOMPARE(addrlist[addrNum - 1].last_play_time, 0);
-    QCOMPARE(engine->runningEngines(), QList<qint64>() << engine->last().pid);
+    QCOMPARE(bench->engine.runningEngines(), QList<qint64>() << bench->engine.last().pid);
     QCOMPARE(addrlist[0].addr, QString("/f/0.mp4"));
     QCOMPARE(addrlist[0].last_play_time, 40);
 }
@@ -144,8 +106,8 @@ void TestPausedEngine::sameFile()
     pauseAt(0, 3);
     window->openAndDragFile("/f/0.mp4");
     QVERIFY(playingState);
-    QVERIFY(engine->waitForInputCount("pause\n", 2));
-    QCOMPARE(played(), QByteArrayList({"/f/0.mp4"}));
+    QVERIFY(bench->engine.waitForInputCount("pause\n", 2));
+    QCOMPARE(bench->played(), QStringList({"/f/0.mp4"}));
     QCOMPARE(addrNum, 3);
 }
 
@@ -153,14 +115,13 @@ void TestPausedEngine::entriesAfterADeletion_data()
 {
     QTest::addColumn<int>("row");
     QTest::addColumn<bool>("byList");
-    QTest::addColumn<QByteArrayList>("expected");
+    QTest::addColumn<QStringList>("expected");
     for (bool byList : {true, false}) {
         const char *way = byList ? "list" : "opened";
-        QTest::addRow("the loaded one, %s", way) << 2 << byList << QByteArrayList{"/f/1.mp4"};
+        QTest::addRow("the loaded one, %s", way) << 2 << byList << QStringList{"/f/1.mp4"};
         QTest::addRow("the one of the index, %s", way)
-            << 3 << byList << QByteArrayList{"/f/1.mp4", "/f/0.mp4"};
-        QTest::addRow("any other, %s", way)
-            << 0 << byList << QByteArrayList{"/f/1.mp4", "/f/4.mp4"};
+            << 3 << byList << QStringList{"/f/1.mp4", "/f/0.mp4"};
+        QTest::addRow("any other, %s", way) << 0 << byList << QStringList{"/f/1.mp4", "/f/4.mp4"};
     }
 }
 
@@ -169,7 +130,7 @@ void TestPausedEngine::entriesAfterADeletion()
 {
     QFETCH(int, row);
     QFETCH(bool, byList);
-    QFETCH(QByteArrayList, expected);
+    QFETCH(QStringList, expected);
     pauseAt(1, 5);
     addrlist[0].last_play_time = 3;
     window->listWidget->setCurrentRow(2);
@@ -182,15 +143,15 @@ void TestPausedEngine::entriesAfterADeletion()
     } else {
         window->openAndDragFile(addrlist[target].addr);
     }
-    QVERIFY(engine->waitForStarts(expected.size()));
-    QCOMPARE(played(), expected);
+    QVERIFY(bench->engine.waitForStarts(expected.size()));
+    QCOMPARE(bench->played(), expected);
     QCOMPARE(playinglist.addrIndex, target);
     QVERIFY(playingState);
     QCOMPARE(addrlist[0].last_play_time, 3);
     QCOMPARE(addrlist[1].addr, QString("/f/1.mp4"));
     QCOMPARE(addrlist[1].last_play_time, expected.size() == 2 ? 40 : 0);
     if (expected.size() == 1)
-        QVERIFY(engine->waitForInputCount("pause\n", 2));
+        QVERIFY(bench->engine.waitForInputCount("pause\n", 2));
 }
 
 QTEST_MAIN(TestPausedEngine)

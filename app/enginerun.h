@@ -17,6 +17,8 @@ struct EngineRun {
     bool resumed = false; // it was sent to the saved place
     bool lengthIsZero = false; // the length it told last; the slider then can't show where it is
     bool positionTold = false;
+    int length = 0; // seconds, as it told last
+    int speed = 100; // percent, as it was told last
     bool rowsRemoved = false; // rows left the list since its start: its entry may have moved
     bool hasOwnSubtitles = false; // it told a subtitle stream of the medium
     QByteArray chosenSubtitle; // name sent to it last, until it tells the number it gave it

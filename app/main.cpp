@@ -1,6 +1,7 @@
 // The start-up sequence, nothing else.
 #include "applicationlooks.h"
 #include "common.h"
+#include "desktop.h"
 #include "dialogs.h"
 #include "mainwindow.h"
 #include "screenscale.h"
@@ -56,6 +57,7 @@ int main(int argc, char *argv[])
     TerminationNotifier termination;
     MainWindow window(nullptr);
     QObject::connect(&termination, SIGNAL(requested()), &window, SLOT(close()));
+    Desktop desktop(window);
     window.show();
     // A signal may already have been taken by a dialog of the construction; its exit would be
     // forgotten by exec().

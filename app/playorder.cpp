@@ -19,6 +19,16 @@ NextEntry nextEntry(int mode, int index, int count, int randomNumber)
     }
 }
 
+int neighbourEntry(int mode, int index, int count, int rows)
+{
+    if (index < 0 || index >= count)
+        return -1;
+    const int target = index - rows;
+    if (target >= 0 && target < count)
+        return target;
+    return mode == PlayModeRepeatList && count > 1 ? (target + count) % count : -1;
+}
+
 bool playsForEver(int mode)
 {
     return mode == PlayModeRepeatOne || mode == PlayModeRepeatList || mode == PlayModeRandom;

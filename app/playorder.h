@@ -20,5 +20,9 @@ struct NextEntry {
 // list.
 NextEntry nextEntry(int mode, int index, int count, int randomNumber);
 
+// The entry in the next row (rows 1: the next older entry) or in the row before (-1) of the list;
+// in PlayModeRepeatList its ends meet. -1 where there is none.
+int neighbourEntry(int mode, int index, int count, int rows);
+
 // Whether the list never ends in this mode by itself.
 bool playsForEver(int mode);

@@ -76,6 +76,12 @@ bool TerminationNotifier::isRequested() { return arrived != 0; }
 
 int TerminationNotifier::wakeDescriptor() { return pipeEnds[0]; }
 
+void TerminationNotifier::request()
+{
+    if (pipeEnds[1] >= 0)
+        noteSignal(0);
+}
+
 void TerminationNotifier::takeSignal()
 {
     char bytes[64];

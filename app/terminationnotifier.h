@@ -25,6 +25,9 @@ public:
     // else and a signal at once. -1 while there is no notifier.
     static int wakeDescriptor();
 
+    // Ends the player as one of the signals does. Without a notifier nothing happens.
+    static void request();
+
 signals:
     void requested();
 

@@ -39,6 +39,9 @@ test_packages=(
     sox
     librsvg2-bin
     locales
+    dbus
+    playerctl
+    systemd
 )
 
 # What bench/run adds: a private install root.

@@ -229,6 +229,7 @@ void MainWindow::connectAll()
     connect(m_titleBar, SIGNAL(setWindowAlwaysOnTopSignal(bool)), this,
             SLOT(recvWindowAlwaysOnTopSignal(bool)));
     connect(m_titleBar, SIGNAL(decodeSetSignal()), this, SLOT(recvSetDecodeSignal()));
+    connect(m_titleBar, SIGNAL(settingsClosed()), this, SIGNAL(changed()));
     connect(listWidget, SIGNAL(itemDoubleClicked(QListWidgetItem *)), this,
             SLOT(playSelectedItem(QListWidgetItem *)));
     connect(listWidget, SIGNAL(sig_play(QListWidgetItem *)), this,

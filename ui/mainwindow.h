@@ -1,9 +1,11 @@
 // The player's one top-level window: title bar, video area, playlist, progress and button row.
 // The implementation is split by subject: mainwindow.cpp (construction, closing), _layout, _engine
-// (playing), _adjust, _playlist, _modes, _screenshots and _menu.
+// (playing), _adjust, _playlist, _modes, _screenshots, _menu and _remote (what the desktop asks
+// for).
 #pragma once
 
 #include "enginerun.h"
+#include "playerview.h"
 
 #include <QMainWindow>
 #include <QRect>
@@ -67,8 +69,20 @@ public:
     void openLocalFile(); // asks for one
     void enterFullScreen();
 
+    // What the desktop's controls show, and what only they ask for.
+    PlayerView view() const;
+    // To the next row of the list (1) or the one before (-1): playing, paused or stopped as before.
+    void skip(int rows);
+    void slideTo(int second); // puts the slider's handle there
+    void changeVolume(int volume); // likewise
+    void changePlayMode(int mode); // also in the settings file
+
     // Keeps windowActiveFlag; what floats over the window goes when it is no more the active one.
     bool eventFilter(QObject *watched, QEvent *event) override;
+
+signals:
+    void changed(); // what view() tells, perhaps
+    void sought(); // the film goes on from another place, where view() has it
 
 public slots:
     // Buttons of the form, bound by name. Play also pauses and goes on; backward and forward
@@ -230,6 +244,9 @@ private:
     void showPosition(int seconds);
     void makeWayFor(int index);
     bool isEnding() const;
+
+    // Desktop.
+    int entryInForce() const;
 
     // Adjustments.
     void setVolumeIcon(const QString &icon, bool onBar);

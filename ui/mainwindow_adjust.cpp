@@ -20,6 +20,7 @@ void MainWindow::volumSliderMoved()
 {
     const int volume = ui->volumSlider->value();
     defaultVolum = volume;
+    emit changed();
     qDebug() << "volum is " << volume;
     if (playingState)
         writeToEngine(enginecommands::setVolume(volume));
@@ -83,6 +84,8 @@ void MainWindow::recvChangeSpeed(int percent)
     const float factor = percent / 100.0f;
     qDebug() << "speed is " << factor;
     writeToEngine(enginecommands::setSpeed(factor));
+    run.speed = percent;
+    emit changed();
 }
 
 void MainWindow::voiceDelayPlus()

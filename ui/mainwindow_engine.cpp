@@ -183,6 +183,7 @@ void MainWindow::showPlayButton(bool playing)
 {
     setHint(ui->playBtn, playing ? "暂停" : "播放");
     ui->playBtn->setIcon(controlIcon(playing ? "pause" : "play"));
+    emit changed();
 }
 
 // The end of the media is only noticed here: the engine has exited.
@@ -256,10 +257,12 @@ void MainWindow::takeRemark(const QByteArray &line)
 void MainWindow::showLength(int seconds)
 {
     run.lengthIsZero = seconds <= 0;
+    run.length = qMax(0, seconds);
     const QString text = clockText(seconds);
     ui->totalTimeLabel->setText(text);
     ui->processSlider->setRange(0, seconds);
     fsvc->showLength(text, seconds);
+    emit changed();
 }
 
 void MainWindow::showPosition(int seconds)
@@ -271,6 +274,7 @@ void MainWindow::showPosition(int seconds)
     currentPosition = seconds;
     ui->processSlider->setValue(seconds);
     fsvc->showPosition(text, seconds);
+    emit changed();
 }
 
 void MainWindow::on_backwardBtn_clicked() { jump(enginecommands::seekBackward); }
@@ -293,6 +297,7 @@ void MainWindow::seek(int second)
     writeToEngine(enginecommands::seekTo(second));
     if (!playingState)
         writeToEngine(enginecommands::togglePause);
+    emit sought();
 }
 
 void MainWindow::processSliderPressed() { seek(ui->processSlider->value()); }

@@ -57,6 +57,7 @@ void MainWindow::enterFullScreen()
     showFullScreen();
     m_titleBar->moveWindow(QPoint(0, 0));
     ui->playWidget->move(0, 0);
+    emit changed();
 }
 
 // The list is shown even if the user had hidden it before: intended.
@@ -76,6 +77,7 @@ void MainWindow::showNormalWin()
     const QScreen *own = QGuiApplication::screenAt(geometry().center());
     const QPoint place = pos() - (own ? own : screen())->geometry().topLeft();
     ui->playWidget->move(place.x(), place.y() + m_titleBar->height() + 10);
+    emit changed();
 }
 
 void MainWindow::recvFullScreenSignal()

@@ -126,6 +126,7 @@ void MainWindow::recvRowsRemoved()
 {
     run.rowsRemoved = true;
     personActs();
+    emit changed();
 }
 
 // What has ended must not be followed by an entry whose row is gone.
@@ -134,6 +135,7 @@ void MainWindow::recvListCleared()
     personActs();
     if (playinglist.state == 0)
         processTimer->stop();
+    emit changed();
 }
 
 // A list in which nothing can be played comes to rest, though the mode would go on for ever.

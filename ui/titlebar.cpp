@@ -272,7 +272,11 @@ void TitleBar::setWindowAlwaysOnTop()
     fixedFlag = !fixedFlag;
 }
 
-void TitleBar::settingsFunc() { execAboveMainWindow(*setDialog); }
+void TitleBar::settingsFunc()
+{
+    execAboveMainWindow(*setDialog);
+    emit settingsClosed();
+}
 
 void TitleBar::sendSetDecodeFlagSignal() { emit decodeSetSignal(); }
 

@@ -48,6 +48,7 @@ public:
 
 signals:
     void decodeSetSignal(); // the decode mode was confirmed in the settings
+    void settingsClosed();
     void lastTimeFlagSignal(); // never emitted
     void setWindowAlwaysOnTopSignal(bool onTop);
 

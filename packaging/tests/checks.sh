@@ -49,7 +49,7 @@ for page in man1 zh_CN/man1; do
         "$opened/usr/share/man/$page/tarnivo-player.1.gz" 2>&1 >/dev/null)"
 done
 
-check depends "ffmpeg libc6 libgcc-s1 libqt5core5a libqt5gui5 libqt5multimedia5 libqt5widgets5 libstdc++6 libxcb1 mplayer qttranslations5-l10n" \
+check depends "ffmpeg libc6 libgcc-s1 libqt5core5a libqt5dbus5 libqt5gui5 libqt5multimedia5 libqt5widgets5 libstdc++6 libxcb1 mplayer qttranslations5-l10n" \
     "$(field Depends | tr ',' '\n' | sed 's/^ *//; s/ .*//' | sort | xargs)"
 check recommends "pulseaudio | pipewire-pulse, fonts-wqy-microhei | fonts-noto-cjk, vdpau-driver-all | vdpau-driver" \
     "$(field Recommends)"

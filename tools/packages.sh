@@ -40,8 +40,8 @@ test_packages=(
     librsvg2-bin
     locales
     dbus
+    libglib2.0-bin
     playerctl
-    systemd
 )
 
 # What bench/run adds: a private install root.

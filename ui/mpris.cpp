@@ -40,9 +40,9 @@ QString loopStatus(int mode)
 
 QString uriOf(const QString &address)
 {
-    return address.startsWith(QLatin1Char('/'))
-        ? QString::fromLatin1(QUrl::fromLocalFile(address).toEncoded())
-        : address;
+    if (!address.startsWith(QLatin1Char('/')))
+        return address;
+    return "file://" + QString::fromLatin1(QUrl::toPercentEncoding(address, "/"));
 }
 
 QVariantMap metadata(const PlayerView &view)

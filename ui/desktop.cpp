@@ -14,8 +14,14 @@
 
 namespace {
 
-constexpr char kConnection[] = "desktop";
 constexpr int kSettling = 20; // ms
+
+// One that comes too late for its window must not be taken for that of another.
+QString newName()
+{
+    static int count = 0;
+    return QStringLiteral("desktop%1").arg(++count);
+}
 
 // The others start something: a bus, or any program.
 bool isOfRunningBus(const QString &address)
@@ -27,6 +33,7 @@ bool isOfRunningBus(const QString &address)
 
 Desktop::Desktop(MainWindow &window)
     : window(window)
+    , connection(newName())
 {
     settling.setSingleShot(true);
     settling.setInterval(kSettling);
@@ -36,11 +43,11 @@ Desktop::Desktop(MainWindow &window)
 
 Desktop::~Desktop()
 {
-    const bool connected = screen != nullptr;
+    if (!screen)
+        return; // not connected, or not yet: that would be waited for here
     screen.reset();
     mpris.reset();
-    if (connected)
-        QDBusConnection::disconnectFromBus(kConnection);
+    QDBusConnection::disconnectFromBus(connection);
 }
 
 QString Desktop::busAddress()
@@ -77,8 +84,8 @@ void Desktop::connectToBus()
     const QString address = busAddress();
     if (address.isEmpty())
         return;
-    QThread *connecting =
-        QThread::create([address] { QDBusConnection::connectToBus(address, kConnection); });
+    QThread *connecting = QThread::create(
+        [address, name = connection] { QDBusConnection::connectToBus(address, name); });
     connect(connecting, &QThread::finished, this, [this] { begin(); });
     connect(connecting, &QThread::finished, connecting, &QObject::deleteLater);
     connecting->start();
@@ -86,7 +93,7 @@ void Desktop::connectToBus()
 
 void Desktop::begin()
 {
-    const QDBusConnection bus(kConnection);
+    const QDBusConnection bus(connection);
     if (!bus.isConnected())
         return;
     screen = std::make_unique<ScreenKeeper>(bus);

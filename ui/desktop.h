@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QObject>
+#include <QString>
 #include <QTimer>
 
 #include <memory>
@@ -34,6 +35,7 @@ private:
     void tell();
 
     MainWindow &window;
+    const QString connection; // its name
     QTimer settling; // several changes at once are told as one
     bool seekToTell = false;
     std::unique_ptr<ScreenKeeper> screen;

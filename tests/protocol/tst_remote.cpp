@@ -140,8 +140,8 @@ void TestRemote::openBench(int entries)
     desktop.emplace(*bench->window);
     bench->window->show();
     client.emplace(*bus);
-    QTRY_VERIFY(client->sees(BusClient::player));
     told.emplace(*client);
+    QTRY_VERIFY(client->sees(BusClient::player));
 }
 
 void TestRemote::playAt(int index, const QByteArray &position, const QByteArray &length)
@@ -322,7 +322,9 @@ void TestRemote::playPauseStop()
     QCOMPARE(client->ask("Stop"), QString());
     QCOMPARE(client->get("PlaybackStatus").toString(), QString("Stopped"));
     QVERIFY(bench->engine.waitForInput("quit\n"));
-    QCOMPARE(sent(), QByteArrayList({"polls", "pause", "pause", "polls", "pause", "quit"}));
+    QByteArrayList commands = sent();
+    commands.removeAll("polls");
+    QCOMPARE(commands, QByteArrayList({"pause", "pause", "pause", "quit"}));
     QTRY_COMPARE(told->last.value("PlaybackStatus").toString(), QString("Stopped"));
     QCOMPARE(client->ask("Play"), QString());
     QVERIFY(bench->engine.waitForStarts(2));
@@ -375,7 +377,7 @@ void TestRemote::setPosition()
                          {QVariant::fromValue(QDBusObjectPath(track(0))), Q_INT64_C(80400000)}),
              QString());
     QVERIFY(bench->engine.waitForInput("seek 80 2\n"));
-    QTRY_COMPARE(told->seeked.value(0), 80000000);
+    QTRY_VERIFY(told->seeked.contains(80000000));
     QVERIFY(!bench->engine.input().contains("pause"));
 }
 
@@ -387,7 +389,7 @@ void TestRemote::setPositionWhilePaused()
     client->ask("SetPosition",
                 {QVariant::fromValue(QDBusObjectPath(track(0))), Q_INT64_C(43000000)});
     QVERIFY(bench->engine.waitForInput("seek 43 2\npause\n"));
-    QTRY_COMPARE(told->seeked, QList<qlonglong>{43000000});
+    QTRY_VERIFY(told->seeked.endsWith(43000000));
     QCOMPARE(client->get("PlaybackStatus").toString(), QString("Paused"));
     QCOMPARE(client->get("Position").toLongLong(), 43000000);
     QCOMPARE(bench->window->ui->processSlider->value(), 43);

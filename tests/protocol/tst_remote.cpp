@@ -673,7 +673,7 @@ void TestRemote::openUri()
     QCOMPARE(bench->rows(), QStringList({"电 $(x).mp4", "0.mp4"}));
     QCOMPARE(client->ask("OpenUri", {"RTSP://host/a%20b"}), QString());
     QVERIFY(bench->engine.waitForStarts(2));
-    QCOMPARE(bench->lastPlayed(), QString("rtsp://host/a%20b"));
+    QVERIFY(bench->engine.last().arguments.contains("rtsp://host/a%20b"));
     QCOMPARE(addrlist[2].type, int(EntryStream));
     QCOMPARE(client->ask("OpenUri", {"file:///f/0.mp4"}), QString());
     QVERIFY(bench->engine.waitForStarts(3));

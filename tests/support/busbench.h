@@ -26,12 +26,13 @@ public:
     SessionBus()
     {
         // No folder of services: nothing is started by a name.
-        writeFile(
-            dir.filePath("bus.conf"),
-            "<busconfig><type>session</type><listen>unix:path=" + dir.filePath("socket").toUtf8() +
-                "</listen><policy context=\"default\"><allow send_destination=\"*\" "
-                "eavesdrop=\"true\"/><allow eavesdrop=\"true\"/><allow own=\"*\"/>"
-                "</policy></busconfig>");
+        writeFile(dir.filePath("bus.conf"),
+                  "<busconfig><type>session</type><limit name=\"max_replies_per_connection\">50000"
+                  "</limit><listen>unix:path=" +
+                      dir.filePath("socket").toUtf8() +
+                      "</listen><policy context=\"default\"><allow send_destination=\"*\" "
+                      "eavesdrop=\"true\"/><allow eavesdrop=\"true\"/><allow own=\"*\"/>"
+                      "</policy></busconfig>");
         daemon.setStandardErrorFile(QProcess::nullDevice());
         daemon.start("dbus-daemon",
                      {"--nofork", "--nopidfile", "--print-address=1",

@@ -13,6 +13,7 @@ private slots:
     void next();
     void modesThatNeverEnd();
     void rowsAndEntries();
+    void neighbours();
     void modeNumbers();
 };
 
@@ -89,6 +90,23 @@ void TestPlayOrder::rowsAndEntries()
     for (int count = 1; count < 20; ++count) {
         for (int row = 0; row < count; ++row)
             QCOMPARE(rowOfEntry(entryOfRow(row, count), count), row);
+    }
+}
+
+// The next row is the next older entry; only in a list that is repeated do the ends meet.
+void TestPlayOrder::neighbours()
+{
+    for (const int mode : {0, 1, 2, 3, 4, 7, -1}) {
+        QCOMPARE(neighbourEntry(mode, 2, 5, 1), 1);
+        QCOMPARE(neighbourEntry(mode, 2, 5, -1), 3);
+        QCOMPARE(neighbourEntry(mode, 0, 5, 1), mode == 3 ? 4 : -1);
+        QCOMPARE(neighbourEntry(mode, 4, 5, -1), mode == 3 ? 0 : -1);
+        QCOMPARE(neighbourEntry(mode, 0, 1, 1), -1);
+        QCOMPARE(neighbourEntry(mode, 0, 1, -1), -1);
+        QCOMPARE(neighbourEntry(mode, 0, 0, 1), -1);
+        QCOMPARE(neighbourEntry(mode, -1, 0, -1), -1);
+        QCOMPARE(neighbourEntry(mode, -1, 5, -1), -1);
+        QCOMPARE(neighbourEntry(mode, 5, 5, 1), -1);
     }
 }
 

@@ -47,6 +47,7 @@ private slots:
     void cleanup();
     void signalEndsTheMainLoop_data();
     void signalEndsTheMainLoop();
+    void requestIsLikeASignal();
     void nothingHappensBeforeTheLoop();
     void severalSignalsAreOneRequest();
     void nestedLoopsEnd();
@@ -86,6 +87,18 @@ void TestTerminationNotifier::signalEndsTheMainLoop()
     QVERIFY(notifier.isPending());
     QVERIFY(TerminationNotifier::isRequested());
     QCOMPARE(requested.count(), 1);
+}
+
+void TestTerminationNotifier::requestIsLikeASignal()
+{
+    TerminationNotifier::request(); // nobody is there
+    QVERIFY(!TerminationNotifier::isRequested());
+    TerminationNotifier notifier;
+    QSignalSpy requests(&notifier, SIGNAL(requested()));
+    QTimer::singleShot(0, [] { TerminationNotifier::request(); });
+    QCOMPARE(QApplication::exec(), 0);
+    QCOMPARE(requests.size(), 1);
+    QVERIFY(TerminationNotifier::isRequested());
 }
 
 void TestTerminationNotifier::nothingHappensBeforeTheLoop()

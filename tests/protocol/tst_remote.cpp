@@ -73,6 +73,8 @@ private slots:
     void secondPlayer();
 
     void whatIsSeen();
+    void positionWithoutALength();
+    void positionDuringADrag();
     void playPauseStop();
     void callsWithNothingToDo();
     void screenStaysOn();
@@ -302,6 +304,34 @@ void TestRemote::whatIsSeen()
     QCOMPARE(withoutPolls(input), sent()); // asked for nothing more
     QTRY_COMPARE(told->last.value("PlaybackStatus").toString(), QString("Playing"));
     QTRY_COMPARE(told->last.value("CanSeek").toBool(), true);
+}
+
+// Its slider stands at 0 all the time.
+void TestRemote::positionWithoutALength()
+{
+    openBench(1);
+    bench->engine.setLength("0.00");
+    bench->play(0);
+    QVERIFY(bench->showsPosition("42", 42));
+    QTRY_COMPARE(bench->window->ui->processSlider->maximum(), 0);
+    QCOMPARE(client->get("Position").toLongLong(), 42000000);
+    QCOMPARE(client->get("CanSeek").toBool(), false);
+    QVERIFY(!client->metadata().contains("mpris:length"));
+    client->ask("Seek", {Q_INT64_C(5000000)});
+    client->ask("Pause");
+    QVERIFY(bench->engine.waitForInput("pause\n"));
+    QVERIFY(!bench->engine.input().contains("seek"));
+}
+
+void TestRemote::positionDuringADrag()
+{
+    openBench(1);
+    playAt(0, "42");
+    bench->window->ui->processSlider->setSliderDown(true);
+    bench->window->ui->processSlider->setValue(90);
+    QCOMPARE(client->get("Position").toLongLong(), 42000000);
+    bench->window->ui->processSlider->setSliderDown(false);
+    QCOMPARE(client->get("Position").toLongLong(), 90000000);
 }
 
 void TestRemote::playPauseStop()
@@ -767,6 +797,7 @@ void TestRemote::quitWithABox()
     WhenModal box([&](QWidget *) { client->call(BusClient::root, "Quit"); });
     QApplication::exec();
     QVERIFY(box.happened());
+    QVERIFY(termination.isPending());
     QVERIFY(left);
     QVERIFY(!bench->window->isVisible());
 }

@@ -28,7 +28,8 @@ void discardEngine();
 // To connect to its signals.
 const QProcess *engineProcess();
 
-// Runs program in this environment. False where no process came up, for which it waits 30 s at most.
+// Runs program in this environment. False where no process came up, for which it waits 30 s at
+// most.
 bool startEngine(const QString &program, const QStringList &arguments,
                  const QProcessEnvironment &environment);
 

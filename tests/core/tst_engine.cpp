@@ -1,7 +1,7 @@
 #include "common.h"
+#include "engine.h"
 #include "enginebench.h"
 #include "enginecommands.h"
-#include "engine.h"
 #include "testsupport.h"
 
 #include <QtTest>

@@ -2,8 +2,8 @@
 // threads and open files, and at most 2 MiB more memory.
 #include "common.h"
 #include "delayset.h"
-#include "enginebench.h"
 #include "engine.h"
+#include "enginebench.h"
 #include "longform.h"
 #include "ownprocess.h"
 #include "playorder.h"

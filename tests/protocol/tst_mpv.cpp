@@ -1,7 +1,7 @@
 // The second engine. Its place is fixed, so this program runs itself again where the stand-in is
 // bound to it.
-#include "enginecommands.h"
 #include "engine.h"
+#include "enginecommands.h"
 #include "playerbench.h"
 
 #include <QCoreApplication>

@@ -248,23 +248,23 @@ void TestSubtitleFile::noticeOfOneNotTaken()
     playTelling(QByteArray());
     QTRY_VERIFY(!window->ui->stateLabel->isVisible());
     if (taken)
-        engine->on("sub_load", EngineAction::print(added(1, file("a.srt"))));
+        bench->engine.on("sub_load", EngineAction::print(added(1, file("a.srt"))));
     const QByteArray commands =
         "sub_load " + file("a.srt").toUtf8() + "\nsub_visibility 1\nsub_select 1\n";
     choose(file("a.srt"));
-    QVERIFY(engine->waitForInput(commands));
+    QVERIFY(bench->engine.waitForInput(commands));
     QVERIFY(subTitleFlag);
     if (taken) {
-        const int asked = engine->input().count("get_time_pos\n");
-        QVERIFY(engine->waitForInputCount("get_time_pos\n", asked + 3));
+        const int asked = bench->engine.input().count("get_time_pos\n");
+        QVERIFY(bench->engine.waitForInputCount("get_time_pos\n", asked + 3));
         QVERIFY(window->ui->stateLabel->text() != "字幕格式不受支持");
         return;
     }
     QTRY_COMPARE(window->ui->stateLabel->text(), QString("字幕格式不受支持"));
     QVERIFY(window->ui->stateLabel->isVisible());
     QTRY_VERIFY(!window->ui->stateLabel->isVisible());
-    const int asked = engine->input().count("get_time_pos\n");
-    QVERIFY(engine->waitForInputCount("get_time_pos\n", asked + 3));
+    const int asked = bench->engine.input().count("get_time_pos\n");
+    QVERIFY(bench->engine.waitForInputCount("get_time_pos\n", asked + 3));
     QVERIFY(!window->ui->stateLabel->isVisible()); // said once
 }
 

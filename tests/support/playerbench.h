@@ -17,8 +17,8 @@
 #pragma once
 
 #include "common.h"
-#include "enginebench.h"
 #include "engine.h"
+#include "enginebench.h"
 #include "icons.h"
 #include "testsupport.h"
 #include "testwindow.h"

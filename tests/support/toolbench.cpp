@@ -68,7 +68,8 @@ void StandInTools::setDpkgMissing() { writeTool(QStringLiteral("dpkg"), "exit 12
 void StandInTools::writeProbe()
 {
     QByteArray body = "sleep " + QByteArray::number(probeDelay / 1000.0) +
-        "\nwhile [ -e \"${0%/*}/held\" ]; do sleep 0.01; done\nfor last in \"$@\"; do :; done\ncase $last in\n";
+        "\nwhile [ -e \"${0%/*}/held\" ]; do sleep 0.01; done\nfor last in \"$@\"; do :; "
+        "done\ncase $last in\n";
     for (const auto &named : qAsConst(scripts))
         body += shellQuoted(named.first) + ")\n" + named.second + "\n;;\n";
     writeFile(dir.filePath(QStringLiteral("ffprobe.out")), answer);

@@ -2,8 +2,8 @@
 #include "fullscreenbar.h"
 
 #include "common.h"
-#include "enginebench.h"
 #include "engine.h"
+#include "enginebench.h"
 #include "testsupport.h"
 
 class TestFullScreenVideoControlSignals : public QObject {

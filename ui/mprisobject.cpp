@@ -293,7 +293,7 @@ QDBusMessage MprisObject::setProperty(const QDBusMessage &message)
 
 MprisObject::Refusal MprisObject::set(const QString &property, const QVariant &value)
 {
-    const Refusal bad{QDBusError::InvalidArgs, "no such value"};
+    Refusal bad{QDBusError::InvalidArgs, "no such value"};
     if (property == QLatin1String("Fullscreen")) {
         act([this, full = value.toBool()] {
             if (full != window.view().fullScreen)

@@ -12,7 +12,6 @@
 
 class MainWindow;
 class QDBusMessage;
-class QDBusPendingCallWatcher;
 
 // Clients see the window's view() and steer the window by the verbs that its buttons use. What they
 // ask for is answered before it is done, because what is done may open a box.

@@ -2,6 +2,7 @@
 #include "applicationlooks.h"
 #include "common.h"
 #include "desktop.h"
+#include "desktop.h"
 #include "dialogs.h"
 #include "mainwindow.h"
 #include "screenscale.h"
@@ -20,13 +21,16 @@ void setUnlessChosen(const char *variable, const char *value)
         qputenv(variable, value);
 }
 
-// Before the application object, which reads both.
+// Before the application object, which reads all of them.
 void choosePlatform()
 {
     // The engine draws into an X11 window, which a Wayland session offers through XWayland only.
     setUnlessChosen("QT_QPA_PLATFORM", "xcb");
     // Nothing here is drawn with OpenGL; loading it would take half of the start-up time.
     setUnlessChosen("QT_XCB_GL_INTEGRATION", "none");
+    // Where no session bus runs, the toolkit would have one started.
+    if (Desktop::busAddress().isEmpty())
+        setUnlessChosen("DBUS_SESSION_BUS_ADDRESS", "disabled:");
 }
 
 } // namespace

@@ -37,6 +37,7 @@ private slots:
     void closingEmptiesTheList();
     void closingWithoutAHistoryFile();
     void probesBeforeTheScreenAnswers();
+    void startsNoBus();
 };
 
 namespace {
@@ -405,6 +406,23 @@ void TestStartup::probesBeforeTheScreenAnswers()
     player.signal(SIGKILL);
     QVERIFY(player.waitForEnd());
     QTRY_COMPARE_WITH_TIMEOUT(player.processes(), QList<qint64>(), 15000);
+}
+
+// The toolkit's library would have one started by dbus-launch, where that is installed.
+void TestStartup::startsNoBus()
+{
+    InstalledPlayer player;
+    player.standIn();
+    player.setEnvironment("DBUS_SESSION_BUS_ADDRESS", QString());
+    QVERIFY(player.start());
+    QVERIFY(player.window());
+    QVERIFY(!player.waitForEnd(500));
+    for (const qint64 process : player.processes())
+        QVERIFY2(!Processes::arguments(process).value(0).contains("dbus"),
+                 Processes::arguments(process).join(' '));
+    player.close();
+    QVERIFY(player.waitForEnd());
+    QCOMPARE(player.exitCode(), 0);
 }
 
 QTEST_MAIN(TestStartup)

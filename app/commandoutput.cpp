@@ -23,12 +23,25 @@ namespace {
 constexpr int kAttendInterval = 20; // ms
 constexpr int kReapTime = 1000; // ms; a process that hangs in the kernel may take longer to die
 
+// The player may have been started without the standard descriptors. What took the place of one
+// would be closed in the command, or overwritten.
+int aboveStandard(int descriptor)
+{
+    if (descriptor < 0 || descriptor > STDERR_FILENO)
+        return descriptor;
+    const int other = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(descriptor);
+    return other;
+}
+
 class Pipe {
 public:
     Pipe()
     {
         if (pipe2(ends, O_CLOEXEC) != 0)
             ends[0] = ends[1] = -1;
+        for (int &end : ends)
+            end = aboveStandard(end);
     }
     ~Pipe()
     {
@@ -38,7 +51,7 @@ public:
     Pipe(const Pipe &) = delete;
     Pipe &operator=(const Pipe &) = delete;
 
-    bool isOpen() const { return ends[0] >= 0; }
+    bool isOpen() const { return ends[0] >= 0 && ends[1] >= 0; }
     int reading() const { return ends[0]; }
     int writing() const { return ends[1]; }
     void closeReading() { closeEnd(ends[0]); }
@@ -199,7 +212,7 @@ struct RunningCommand::Shell {
     explicit Shell(Messages when)
     {
         if (when == MessagesWhenAwaited)
-            messages = memfd_create("messages", MFD_CLOEXEC);
+            messages = aboveStandard(memfd_create("messages", MFD_CLOEXEC));
     }
     ~Shell()
     {

@@ -2,7 +2,6 @@
 #include "applicationlooks.h"
 #include "common.h"
 #include "desktop.h"
-#include "desktop.h"
 #include "dialogs.h"
 #include "mainwindow.h"
 #include "screenscale.h"

@@ -9,12 +9,12 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
-#include <QThread>
 
 #include <algorithm>
 #include <cstring>
 #include <deque>
 #include <memory>
+#include <sched.h>
 #include <utility>
 #include <vector>
 
@@ -45,11 +45,19 @@ QByteArray shellBytes(const QString &command)
     return bytes;
 }
 
-void startProbesAhead()
+// Those that this process may use.
+int processors()
 {
-    int running = 0;
+    cpu_set_t own;
+    return sched_getaffinity(0, sizeof own, &own) == 0 ? CPU_COUNT(&own) : 1;
+}
+
+// Beside as many as run anyway.
+void startProbesAhead(int running)
+{
+    const int limit = processors();
     for (ProbeAhead &probe : probesAhead) {
-        if (running >= QThread::idealThreadCount())
+        if (running >= limit)
             return;
         if (!probe.run)
             probe.run = std::make_unique<RunningCommand>(probe.command,
@@ -63,9 +71,11 @@ CommandResult runProbe(const QByteArray &command, MakeCompany makeCompany)
 {
     if (probesAhead.empty() || probesAhead.front().command != command)
         return runCommand(command, makeCompany);
-    const std::unique_ptr<RunningCommand> probe = std::move(probesAhead.front().run);
+    std::unique_ptr<RunningCommand> probe = std::move(probesAhead.front().run);
     probesAhead.pop_front();
-    startProbesAhead(); // beside the one that is waited for
+    if (!probe)
+        probe = std::make_unique<RunningCommand>(command);
+    startProbesAhead(probe->hasEnded() ? 0 : 1);
     return probe->wait(makeCompany);
 }
 
@@ -233,7 +243,7 @@ void probeAhead(const QStringList &files)
         if (!command.isEmpty()) // one that can't be probed is refused when it is asked for
             probesAhead.push_back({command, nullptr});
     }
-    startProbesAhead();
+    startProbesAhead(0);
 }
 
 void endProbesAhead() { probesAhead.clear(); }

@@ -86,8 +86,9 @@ constexpr char kInterfaces[] = R"(
   </interface>
 )";
 
-// A box asks the person something: what would open another one is not for now.
-bool isBusy() { return QApplication::activeModalWidget() != nullptr; }
+// A box asks the person something, or a menu is open for a row: what would open a box, or move the
+// rows, is not for now.
+bool isBusy() { return QApplication::activeModalWidget() || QApplication::activePopupWidget(); }
 
 const QString kBusy = QStringLiteral("a dialog is open");
 
@@ -373,8 +374,15 @@ MprisObject::Refusal MprisObject::pause(const QVariantList &)
 
 MprisObject::Refusal MprisObject::playPause(const QVariantList &)
 {
-    act([this] { window.playOrPause(); });
+    act([this] { toggle(); });
     return {};
+}
+
+// A start may open a box.
+void MprisObject::toggle()
+{
+    if (window.view().status != PlayerView::Stopped || !isBusy())
+        window.playOrPause();
 }
 
 MprisObject::Refusal MprisObject::stop(const QVariantList &)
@@ -387,7 +395,7 @@ MprisObject::Refusal MprisObject::play(const QVariantList &)
 {
     act([this] {
         if (window.view().status != PlayerView::Playing)
-            window.playOrPause();
+            toggle();
     });
     return {};
 }

@@ -45,6 +45,7 @@ private:
     void requestName(const QString &name, bool mayBeTaken);
     void act(const std::function<void()> &action);
     void open(const std::function<void()> &action);
+    void toggle();
     QVariantMap propertiesOf(const QString &interface) const;
     QDBusMessage answerCall(const QDBusMessage &message, const Method &method);
     static QDBusMessage answerWith(const QDBusMessage &message, const Refusal &refusal);

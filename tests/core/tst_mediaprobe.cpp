@@ -1,6 +1,7 @@
 // The probe with a stand-in ffprobe: command and quoting, reading the output, refusal.
 #include "common.h"
 #include "mediaprobe.h"
+#include "oneprocessor.h"
 #include "proberecord.h"
 #include "processes.h"
 #include "testsupport.h"
@@ -8,7 +9,6 @@
 
 #include <QDir>
 #include <QTextCodec>
-#include <QThread>
 #include <QtTest>
 
 #include <sys/resource.h>
@@ -16,6 +16,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
 
 namespace {
 
@@ -153,6 +155,7 @@ private slots:
     void aheadIsTakenOnce();
     void aheadOfFewIsTheFirst();
     void aheadOfManyAsManyAsProcessors();
+    void aheadOfManyOnOneProcessor();
     void aheadOfOthers();
     void aheadAndNotAskedFor();
 };
@@ -430,7 +433,9 @@ void TestMediaProbe::aheadOfManyAsManyAsProcessors()
         files << QString("/%1.mp4").arg(i);
         names << files.last().toUtf8();
     }
-    const int atOnce = qMin(QThread::idealThreadCount(), 17);
+    cpu_set_t own;
+    QCOMPARE(sched_getaffinity(0, sizeof own, &own), 0);
+    const int atOnce = qMin(CPU_COUNT(&own), 17);
     probeAhead(files);
     QTRY_COMPARE(stub.running(), atOnce);
     QTest::qWait(100); // for one too many
@@ -442,6 +447,35 @@ void TestMediaProbe::aheadOfManyAsManyAsProcessors()
     std::sort(called.begin(), called.end());
     std::sort(names.begin(), names.end());
     QCOMPARE(called, names); // each once
+}
+
+// The one that is waited for is the one that runs.
+void TestMediaProbe::aheadOfManyOnOneProcessor()
+{
+    const OneProcessor one;
+    StubProbe stub;
+    stub.holdUp();
+    QStringList files;
+    QByteArrayList names;
+    for (int i = 0; i < 17; i++) {
+        files << QString("/%1.mp4").arg(i);
+        names << files.last().toUtf8();
+    }
+    probeAhead(files);
+    QTRY_COMPARE(stub.running(), 1);
+    int most = 0;
+    std::thread other([&] {
+        for (int i = 0; i < 30; i++) {
+            most = qMax(most, stub.running());
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        stub.goOn();
+    });
+    for (const QString &file : qAsConst(files))
+        QVERIFY(probeMedia(file));
+    other.join();
+    QCOMPARE(most, 1);
+    QCOMPARE(stub.files(), names);
 }
 
 // What is asked for in between is probed as ever, and takes nothing away.

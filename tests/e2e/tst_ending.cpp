@@ -232,6 +232,7 @@ void TestEnding::whileProbingFromTheStart()
     tools->setProbeScriptFor(hanging, "trap '' TERM HUP INT; sleep 1000 & sleep 1000");
     startPlayer({hanging, "/films/second.mp4"});
     QTRY_COMPARE(tools->probeCalls().size(), 1);
+    QVERIFY(player->waitForLog("ffprobe -of json")); // it runs before its turn
     endPlayer(way);
     QVERIFY(player->waitForEnd());
     QVERIFY(waitForEmptiness(leftoverLimit));

@@ -1,5 +1,6 @@
 // What the launcher is given reaches the engine as itself, through the installed player.
 #include "installedplayer.h"
+#include "oneprocessor.h"
 #include "processes.h"
 #include "testsupport.h"
 #include "toolbench.h"
@@ -66,6 +67,7 @@ QByteArrayList playedOf(const QStringList &locations, int expected,
         player.setEnvironment(variable.key(), variable.value());
     const StandInEngine &engine = player.standIn();
     probeAfterEachStart(tools, engine);
+    const OneProcessor oneProbeAtATime;
     if (!player.start(locations) || !engine.waitForStarts(expected, 60000))
         qWarning() << "not all were played:" << player.log().mid(0, 30);
     const QByteArray home = QFile::encodeName(player.home()) + '/';

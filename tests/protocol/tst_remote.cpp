@@ -99,6 +99,8 @@ private slots:
     void openUri();
     void openUriRefused();
     void callsWhileABoxIsOpen();
+    void noStartWhileABoxIsOpen_data();
+    void noStartWhileABoxIsOpen();
     void callsDuringAProbe();
     void quitWithABox();
     void wrongCalls_data();
@@ -720,6 +722,43 @@ void TestRemote::openUriRefused()
 }
 
 // A dialog keeps nobody from pausing, but nothing is opened behind it.
+void TestRemote::noStartWhileABoxIsOpen_data()
+{
+    QTest::addColumn<QString>("method");
+    QTest::newRow("Play") << "Play";
+    QTest::newRow("PlayPause") << "PlayPause";
+}
+
+// A start may open a second box, and a new row would stand where a menu's row was.
+void TestRemote::noStartWhileABoxIsOpen()
+{
+    QFETCH(QString, method);
+    openBench(2);
+    WhenModal box([&](QWidget *settings) {
+        client->ask(method);
+        client->get("PlaybackStatus"); // answered after it was done
+        settings->close();
+    });
+    bench->window->m_titleBar->settingsFunc();
+    QVERIFY(box.happened());
+    QString refusal;
+    WhenPopup menu([&](QWidget *open) {
+        refusal = client->ask("OpenUri", {"file:///new.mp4"});
+        client->ask(method);
+        client->get("PlaybackStatus");
+        open->close();
+    });
+    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5));
+    QCoreApplication::sendEvent(bench->window->listWidget->viewport(), &event);
+    QVERIFY(menu.happened());
+    QCOMPARE(refusal, QString("org.freedesktop.DBus.Error.Failed"));
+    QCOMPARE(playinglist.state, 0);
+    QVERIFY(bench->engine.starts().isEmpty());
+    QCOMPARE(addrNum, 2);
+    client->ask(method);
+    QVERIFY(bench->engine.waitForStarts(1));
+}
+
 void TestRemote::callsWhileABoxIsOpen()
 {
     openBench(2);

@@ -70,6 +70,7 @@ private slots:
     void endedUnlessAwaited();
     void runsOnItsOwn();
     void messagesComeWhenAwaited();
+    void withoutStandardDescriptors();
 
 private:
     QScopedPointer<EnvironmentVariable> mark;
@@ -289,6 +290,24 @@ void TestCommandOutput::messagesComeWhenAwaited()
     QCOMPARE(result.output, QByteArray("x\n"));
     QCOMPARE(readFile(path).left(9), QByteArray("said\ny\ny\n"));
     QCOMPARE(readFile(path).size(), 200005);
+}
+
+void TestCommandOutput::withoutStandardDescriptors()
+{
+    int kept[3];
+    for (int i = 0; i < 3; i++) {
+        kept[i] = fcntl(i, F_DUPFD_CLOEXEC, 10);
+        close(i);
+    }
+    const QByteArray plain = runCommand("echo x").output;
+    const QByteArray later =
+        RunningCommand("echo y; echo said >&2", RunningCommand::MessagesWhenAwaited).wait().output;
+    for (int i = 0; i < 3; i++) {
+        dup2(kept[i], i);
+        close(kept[i]);
+    }
+    QCOMPARE(plain, QByteArray("x\n"));
+    QCOMPARE(later, QByteArray("y\n"));
 }
 
 QTEST_GUILESS_MAIN(TestCommandOutput)

@@ -84,6 +84,7 @@ bool MainWindow::warnOfHardware()
     fsvc->forgetClick();
     phase = Starting;
     showNotice("该视频格式可能不支持硬解码!");
+    // cppcheck-suppress knownConditionTrueFalse // the box ran an event loop
     if (phase != Starting)
         return false;
     phase = Settled;

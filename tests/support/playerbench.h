@@ -39,16 +39,16 @@ inline const QByteArray pollPair = "get_time_length\nget_time_pos\n";
 inline QByteArrayList withoutPolls(QByteArray input)
 {
     input.replace(pollPair, "polls\n");
-    QByteArrayList commands;
+    QByteArrayList lines;
     for (const QByteArray &line : input.split('\n')) {
-        if (line != "polls" || commands.isEmpty() || commands.last() != line)
-            commands << line;
+        if (line != "polls" || lines.isEmpty() || lines.last() != line)
+            lines << line;
     }
-    if (commands.last().isEmpty())
-        commands.removeLast();
+    if (lines.last().isEmpty())
+        lines.removeLast();
     else
-        commands.last() += " (no line end)";
-    return commands;
+        lines.last() += " (no line end)";
+    return lines;
 }
 
 class PlayerBench {

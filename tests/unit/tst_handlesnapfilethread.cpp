@@ -75,14 +75,14 @@ private slots:
     void pausesWithARequestLeft();
 
 private:
-    QTemporaryDir dir;
+    QTemporaryDir own;
     QScopedPointer<Bench> early;
     QString filedEarly;
 };
 
 void TestSnapThread::initTestCase()
 {
-    writeFile(dir.filePath("shot0001.png"), "x");
+    writeFile(own.filePath("shot0001.png"), "x");
     early.reset(new Bench);
     QVERIFY(early->start());
     filedEarly = early->file("shot0001.png");
@@ -527,11 +527,11 @@ void TestSnapThread::stopsAmidALongWalk()
         QDir(bench.folder).mkdir(QStringLiteral("%1").arg(i, 4, 10, QLatin1Char('0')));
     bool left = false;
     for (int attempt = 0; attempt < 10 && !left; ++attempt) {
-        FolderWatch early(bench.folder + "0010");
+        FolderWatch first(bench.folder + "0010");
         FolderWatch last(bench.folder + "3999");
         bench.worker.runFlag = true;
         bench.worker.start();
-        QVERIFY(early.nextOpen() >= 0);
+        QVERIFY(first.nextOpen() >= 0);
         QVERIFY(bench.stop());
         left = !last.wasOpened();
     }
@@ -599,8 +599,8 @@ void TestSnapThread::pauses()
 void TestSnapThread::leavesOldPictures()
 {
     Bench bench;
-    makeOld(dir.filePath("shot0001.png"));
-    QVERIFY(QFile::rename(dir.filePath("shot0001.png"), bench.beside("shot0001.png")));
+    makeOld(own.filePath("shot0001.png"));
+    QVERIFY(QFile::rename(own.filePath("shot0001.png"), bench.beside("shot0001.png")));
     bench.worker.snapCount = 1;
     QVERIFY(bench.start());
     bench.move("shot0001.png"); // it keeps its birth time

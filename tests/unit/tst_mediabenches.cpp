@@ -197,7 +197,7 @@ void TestMediaBenches::withoutASoundServer()
         const EnvironmentVariable nothingThere("PATH", QFile::encodeName(folder.path()));
         const PrivatePulse pulse;
         QVERIFY(!pulse.isRunning());
-        QCOMPARE(pulse.missing(), "there is no pulseaudio");
+        QCOMPARE(QString(pulse.missing()), QString("there is no pulseaudio"));
     }
     for (const char *tool : {"pactl", "parec", "pulseaudio"})
         writeProgram(folder.filePath(tool), "exit 1\n");
@@ -206,7 +206,7 @@ void TestMediaBenches::withoutASoundServer()
     clock.start();
     const PrivatePulse pulse;
     QVERIFY(!pulse.isRunning());
-    QCOMPARE(pulse.missing(), "the private sound server gives no output");
+    QCOMPARE(QString(pulse.missing()), QString("the private sound server gives no output"));
     QVERIFY2(clock.elapsed() < 10000, "its end is not noticed");
 }
 

@@ -113,7 +113,7 @@ void TestScreenKeeper::onceForEachFilm()
 void TestScreenKeeper::refusalGoesOn()
 {
     ScreenService first(*bus, {saver}, {saverPath, "/ScreenSaver"});
-    first.refuses = true;
+    first.refuses = true; // cppcheck-suppress unreadVariable // it is read when called
     ScreenService second(*bus, {power}, {inhibitPath});
     keeper.emplace(bus->connection()); // hears of nobody who comes up
     keeper->keepOn(true);

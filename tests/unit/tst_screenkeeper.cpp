@@ -167,7 +167,7 @@ void TestScreenKeeper::lateAnswerIsKept()
 void TestScreenKeeper::neverAnswered()
 {
     ScreenService service(*bus, {saver}, {saverPath});
-    service.silent = true;
+    service.silent = true; // cppcheck-suppress unreadVariable // it is read when called
     for (int i = 0; i < 100; ++i) {
         keeper->keepOn(true);
         keeper->keepOn(false);

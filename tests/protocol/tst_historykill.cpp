@@ -212,11 +212,15 @@ void TestHistoryKill::killedAtEverySystemCall()
             (count + 1 < seen.size() && seen.at(count) != seen.at(count + 1));
         if (!longForm() && !besideAChange)
             continue;
-        restore();
-        const bool killed = killAtSystemCall(count, work);
-        const QByteArray content = readFile(path);
-        QVERIFY2(allowed.contains(content),
-                 qPrintable(QString("killed at %1: %2 bytes").arg(count).arg(content.size())));
+        // Another run may have done its work in fewer calls.
+        bool killed = false;
+        for (int at = count; !killed && at > 0; at -= 5) {
+            restore();
+            killed = killAtSystemCall(at, work);
+            const QByteArray content = readFile(path);
+            QVERIFY2(allowed.contains(content),
+                     qPrintable(QString("killed at %1: %2 bytes").arg(at).arg(content.size())));
+        }
         kills += killed;
     }
     QVERIFY(kills > 1);

@@ -76,7 +76,9 @@ CommandResult runProbe(const QByteArray &command, MakeCompany makeCompany)
     if (!probe)
         probe = std::make_unique<RunningCommand>(command);
     startProbesAhead(probe->hasEnded() ? 0 : 1);
-    return probe->wait(makeCompany);
+    CommandResult result = probe->wait(makeCompany);
+    startProbesAhead(0); // they run while its answer is followed
+    return result;
 }
 
 int codecCode(const QString &name)
@@ -245,6 +247,8 @@ void probeAhead(const QStringList &files)
     }
     startProbesAhead(0);
 }
+
+bool hasProbesAhead() { return !probesAhead.empty(); }
 
 void endProbesAhead() { probesAhead.clear(); }
 

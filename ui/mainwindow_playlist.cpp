@@ -3,6 +3,7 @@
 
 #include "common.h"
 #include "dialogs.h"
+#include "engine.h"
 #include "listwidget.h"
 #include "playorder.h"
 #include "probewindow.h"
@@ -49,6 +50,7 @@ void MainWindow::openAndDragFile(QString path)
         return;
     personActs();
     if (!checkVideoFileInput(path)) {
+        releaseEngine();
         if (!probeWasGivenUp())
             showNotice("视频解析失败!");
         return;

@@ -686,14 +686,30 @@ void TestRemote::fullScreen()
     QCOMPARE(client->set("Fullscreen", "yes", BusClient::root), invalid);
 }
 
+namespace {
+class RaiseCounter : public QObject {
+public:
+    int raises = 0;
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        raises += event->type() == QEvent::ZOrderChange;
+        return false;
+    }
+};
+} // namespace
+
+// Also with a window manager that leaves an activated window where it is in the stack.
 void TestRemote::raise()
 {
     openBench(1);
     bench->window->showMinimized();
+    RaiseCounter counter;
+    bench->window->installEventFilter(&counter);
     QTRY_VERIFY(bench->window->isMinimized());
     QVERIFY(client->call(BusClient::root, "Raise").type() == QDBusMessage::ReplyMessage);
     QTRY_VERIFY(!bench->window->isMinimized());
     QTRY_VERIFY(bench->window->isActiveWindow());
+    QCOMPARE(counter.raises, 1);
 }
 
 void TestRemote::openUri()

@@ -164,7 +164,10 @@ void TestSpeedWind::slotChooses()
     int stateAtSignal = -1;
     int speedAtSignal = -1;
     bool visibleAtSignal = false;
+    LogCapture log;
+    QStringList logAtSignal{"no signal"};
     connect(&pop, &speedWind::changeSpeed, &pop, [&] {
+        logAtSignal = log.lines();
         stateAtSignal = pop.state;
         speedAtSignal = pop.speed;
         visibleAtSignal = pop.isVisible();
@@ -173,13 +176,14 @@ void TestSpeedWind::slotChooses()
     pop.toggleAtCursor(2);
     QCOMPARE(pop.state, 1);
 
-    LogCapture log;
+    log.clear();
     (pop.*choice.slot)();
     QCOMPARE(chosen.size(), 1);
     QCOMPARE(chosen.first().first().toInt(), choice.percent);
     QCOMPARE(speedAtSignal, choice.percent); // set before the signal
     QCOMPARE(stateAtSignal, 1); // cleared and hidden after it
     QVERIFY(visibleAtSignal);
+    QCOMPARE(logAtSignal, QStringList()); // comes after all that the speed changes
     QCOMPARE(log.lines(), QStringList("Send change speed signal"));
     QCOMPARE(pop.speed, choice.percent);
     QCOMPARE(pop.state, 0);

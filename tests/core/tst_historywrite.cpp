@@ -24,6 +24,7 @@ private slots:
     void creates();
     void createFailsWhereItCannotOpen();
     void rewrites();
+    void rewriteTellsBeforeItWrites();
     void rewriteWithNoEntriesEmpties();
     void rewriteStopsAtAnEmptyAddress();
     void rewriteReplacesOtherShapes();
@@ -168,6 +169,29 @@ void TestHistoryWrite::rewrites()
     addrNum = 1;
     varyJsonConfig(other, addrlist);
     QCOMPARE(readFile(other), documentText(numberedEntries(1)));
+}
+
+namespace {
+QByteArrayList fileAtMessages; // what the history holds at each
+QtMessageHandler captured;
+void readAtMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    fileAtMessages << readFile(defaultPlayPath);
+    captured(type, context, text);
+}
+} // namespace
+
+void TestHistoryWrite::rewriteTellsBeforeItWrites()
+{
+    writeFile(defaultPlayPath, "before");
+    fillAddrList(2);
+    addrNum = 2;
+    fileAtMessages.clear();
+    captured = qInstallMessageHandler(readAtMessage);
+    varyJsonConfig(defaultPlayPath, addrlist);
+    qInstallMessageHandler(captured);
+    QCOMPARE(fileAtMessages, QByteArrayList({"before", "before", "before"}));
+    QCOMPARE(readFile(defaultPlayPath), documentText(numberedEntries(2)));
 }
 
 void TestHistoryWrite::rewriteWithNoEntriesEmpties()

@@ -11,6 +11,7 @@ class TestPausedEngine : public QObject {
 
 private slots:
     void cleanup() { bench.reset(); }
+    void buttonComesBeforeTheCommand();
     void newFile_data();
     void newFile();
     void entriesEditedByHand_data();
@@ -44,6 +45,23 @@ void TestPausedEngine::pauseEntry(int index)
     QVERIFY(bench->showsPosition("40", 40));
     window->on_playBtn_clicked();
     QVERIFY(!playingState);
+}
+
+void TestPausedEngine::buttonComesBeforeTheCommand()
+{
+    pauseAt(0, 1);
+    QTRY_COMPARE(engineProcess()->bytesToWrite(), 0);
+    QList<qint64> unsent; // at each change
+    connect(window, &MainWindow::changed, this, [&] { unsent << engineProcess()->bytesToWrite(); });
+    window->on_playBtn_clicked();
+    QVERIFY(playingState);
+    QVERIFY(engineProcess()->bytesToWrite() > 0);
+    QTRY_COMPARE(engineProcess()->bytesToWrite(), 0);
+    window->on_playBtn_clicked();
+    QVERIFY(!playingState);
+    QVERIFY(engineProcess()->bytesToWrite() > 0);
+    disconnect(window, &MainWindow::changed, this, nullptr);
+    QCOMPARE(unsent, QList<qint64>({0, 0}));
 }
 
 // Addresses that the player itself would not store: the position still goes to the entry that is

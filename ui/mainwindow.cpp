@@ -23,7 +23,7 @@
 #include <QTimer>
 
 namespace {
-constexpr char kFilled[] = "7,158,205"; // colour of the sliders up to their handle
+constexpr char kFilledPart[] = "7,158,205"; // colour of the sliders up to their handle
 constexpr int kVolumeRest = 100; // ms without a move, then the volume is sent
 } // namespace
 
@@ -138,11 +138,11 @@ void MainWindow::setUpButtons()
 void MainWindow::setUpSliders()
 {
     ui->volumSlider->setRange(0, 100);
-    ui->volumSlider->setStyleSheet(volumSliderStyle(kFilled));
+    ui->volumSlider->setStyleSheet(volumSliderStyle(kFilledPart));
     ui->volumSlider->setFocusPolicy(Qt::NoFocus);
     ui->volumSlider->setAccessibleName("音量");
     ui->processSlider->setAutoFillBackground(false);
-    ui->processSlider->setStyleSheet(processSliderStyle(kFilled));
+    ui->processSlider->setStyleSheet(processSliderStyle(kFilledPart));
     ui->processSlider->setFocusPolicy(Qt::NoFocus);
     ui->processSlider->setAccessibleName("播放进度");
     new ProgressMouse(ui->processSlider, ProgressMouse::WheelRests);

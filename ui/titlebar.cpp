@@ -24,7 +24,7 @@
 #include <QWindow>
 
 namespace {
-constexpr int kHeight = 30;
+constexpr int kBarHeight = 30;
 constexpr QSize kIconLabelSize(25, 25);
 constexpr QSize kButtonIconSize(22, 22);
 constexpr QSize kButtonSize(27, 22);
@@ -92,7 +92,7 @@ private:
 TitleBar::TitleBar(QWidget *parent)
     : QWidget(parent)
 {
-    setFixedHeight(kHeight);
+    setFixedHeight(kBarHeight);
     const QRect screen = QGuiApplication::primaryScreen()->geometry();
     screenWidth = screen.width();
     screenHeight = screen.height();
@@ -196,14 +196,14 @@ void TitleBar::onClicked()
     } else if (sender() == m_maximizeButton) {
         if (isMaximizedAnywhere(top)) {
             restore(top);
-            setFixedSize(normalWidth, kHeight);
+            setFixedSize(normalWidth, kBarHeight);
             m_maximizeButton->setIcon(controlIcon(kMaximizeIcon));
         } else {
             if (top->width() != screenWidth)
                 normalWidth = top->width();
             placeToRestore = QRect();
             top->showMaximized();
-            setFixedSize(screenWidth, kHeight);
+            setFixedSize(screenWidth, kBarHeight);
             m_maximizeButton->setIcon(controlIcon(kRestoreIcon));
         }
     } else if (sender() == m_closeButton) {

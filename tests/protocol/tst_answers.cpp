@@ -31,9 +31,8 @@ namespace {
 // What this process uses; a sanitizer keeps what was freed for a while.
 qint64 residentBytes()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return 0;
-#endif
+    if (underSanitizers())
+        return 0;
     return readFile("/proc/self/statm").split(' ').value(1).toLongLong() * 4096;
 }
 

@@ -9,12 +9,6 @@
 
 #include <ctime>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true;
-#else
-constexpr bool sanitized = false;
-#endif
-
 class TestLongList : public QObject {
     Q_OBJECT
 
@@ -145,7 +139,8 @@ void TestLongList::fillsQuickly()
 {
     const double empty = timeToOpen(0);
     const double full = timeToOpen(kHistoryCapacity);
-    QVERIFY2(full - empty < (sanitized ? 500 : 50), qPrintable(QString::number(full - empty)));
+    QVERIFY2(full - empty < (underSanitizers() ? 500 : 50),
+             qPrintable(QString::number(full - empty)));
     PlayerBench bench(kHistoryCapacity);
     TestWindow &window = bench.open();
     QCOMPARE(window.listWidget->count(), kHistoryCapacity);
@@ -239,8 +234,8 @@ void TestLongList::randomWork_data()
 {
     QTest::addColumn<int>("entries");
     QTest::addColumn<int>("rounds");
-    QTest::newRow("short list") << 5 << (sanitized ? 2000 : 10000);
-    QTest::newRow("full list") << kHistoryCapacity - 3 << (sanitized ? 60 : 200);
+    QTest::newRow("short list") << 5 << (underSanitizers() ? 2000 : 10000);
+    QTest::newRow("full list") << kHistoryCapacity - 3 << (underSanitizers() ? 60 : 200);
 }
 
 // One thing that a person does, to the window and to the model alike.

@@ -19,13 +19,6 @@
 
 class Heartbeat {
 public:
-#ifdef __SANITIZE_ADDRESS__
-    static constexpr qint64 limit =
-        500; // ms; an allocation is many times dearer, reading a line too
-#else
-    static constexpr qint64 limit = 100; // ms
-#endif
-
     Heartbeat();
     ~Heartbeat();
     Heartbeat(const Heartbeat &) = delete;
@@ -35,7 +28,7 @@ public:
     void watch(int ms);
     bool watchUntil(const std::function<bool()> &condition, int ms);
 
-    bool isSteady() const { return worst <= limit + noise(); }
+    bool isSteady() const;
     qint64 noise() const { return echoWorst.load() / 1000000; } // ms, the slowest echo
     qint64 peakHeap() const { return peak; } // of OwnProcess::heap(), at the beats
     int beats() const { return count; }

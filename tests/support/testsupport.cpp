@@ -15,6 +15,15 @@ extern "C" int dlclose(void *);
 extern "C" int dlclose(void *) { return 0; }
 #endif
 
+bool underSanitizers()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return true;
+#else
+    return false;
+#endif
+}
+
 void resetSharedState()
 {
     startPath.clear();

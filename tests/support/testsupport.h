@@ -7,6 +7,10 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+// Whether the player is built with the address or the thread sanitizer. A test's own source may not
+// be, so it can't ask the compiler.
+bool underSanitizers();
+
 // Puts every shared global back to its initial value.
 void resetSharedState();
 

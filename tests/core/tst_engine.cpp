@@ -296,7 +296,7 @@ void TestEngineProcess::nothingToHold()
 {
     holdEngine();
     releaseEngine();
-    process->start("/bin/true");
+    process->start("/bin/true", QStringList());
     QVERIFY(process->waitForFinished());
     holdEngine();
     releaseEngine();

@@ -8,7 +8,10 @@
 #include "terminationnotifier.h"
 #include "whenopen.h"
 
+#include <QDBusArgument>
+#include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QXmlStreamReader>
 
 #include <cmath>
 #include <limits>
@@ -72,6 +75,7 @@ private slots:
     void endOfTheBus();
     void secondPlayer();
 
+    void introspectionSaysWhatIsSeen();
     void whatIsSeen();
     void positionWithoutALength();
     void positionDuringADrag();
@@ -268,6 +272,48 @@ void TestRemote::secondPlayer()
     QVERIFY(client->call(BusClient::playing, "PlayPause", {}, name).type() ==
             QDBusMessage::ReplyMessage);
     QVERIFY(bench->engine.waitForStarts(1));
+}
+
+// Each property as "name type".
+void TestRemote::introspectionSaysWhatIsSeen()
+{
+    openBench(1);
+    const QString text = client->call("org.freedesktop.DBus.Introspectable", "Introspect")
+                             .arguments()
+                             .value(0)
+                             .toString();
+    QXmlStreamReader xml(text);
+    QMap<QString, QStringList> told;
+    QStringList writable;
+    QString interface;
+    while (!xml.atEnd()) {
+        xml.readNext();
+        if (!xml.isStartElement())
+            continue;
+        const QString name = xml.attributes().value("name").toString();
+        if (xml.name() == "interface")
+            interface = name;
+        if (xml.name() != "property")
+            continue;
+        told[interface] << name + ' ' + xml.attributes().value("type").toString();
+        if (xml.attributes().value("access") == "readwrite")
+            writable << name;
+    }
+    QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
+    for (const QString &name : {QString(BusClient::root), QString(BusClient::playing)}) {
+        const QVariantMap values = client->all(name);
+        QStringList seen;
+        for (auto value = values.cbegin(); value != values.cend(); ++value) {
+            const bool isMap = value->userType() == qMetaTypeId<QDBusArgument>();
+            seen << value.key() + ' ' +
+                    (isMap ? value->value<QDBusArgument>().currentSignature()
+                           : QString(QDBusMetaType::typeToSignature(value->userType())));
+        }
+        QStringList properties = told.value(name);
+        properties.sort();
+        QCOMPARE(properties, seen);
+    }
+    QCOMPARE(writable, QStringList({"Fullscreen", "LoopStatus", "Rate", "Shuffle", "Volume"}));
 }
 
 void TestRemote::whatIsSeen()

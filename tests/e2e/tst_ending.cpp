@@ -68,6 +68,8 @@ private slots:
     void whileProbing();
     void whileProbingFromTheStart_data();
     void whileProbingFromTheStart();
+    void whileABoxShowsFromTheStart_data();
+    void whileABoxShowsFromTheStart();
     void atAnyMoment_data();
     void atAnyMoment();
 
@@ -238,6 +240,22 @@ void TestEnding::whileProbingFromTheStart()
     QVERIFY(waitForEmptiness(leftoverLimit));
     QCOMPARE(player->exitCode(), endsAtOnce(way) ? 128 + way : 0);
     QCOMPARE(tools->probeCalls().size(), 1);
+}
+
+void TestEnding::whileABoxShowsFromTheStart_data() { addSignals(); }
+
+// Its event loop takes the signal; the window, which has not shown yet, ends all the same.
+void TestEnding::whileABoxShowsFromTheStart()
+{
+    QFETCH(int, way);
+    const QString refused = "/films/bad.txt";
+    tools->setProbeAnswerFor(refused, "{\n}\n");
+    startPlayer({refused});
+    QVERIFY(player->dialog("提示"));
+    endPlayer(way);
+    QVERIFY(player->waitForEnd());
+    QVERIFY(waitForEmptiness(leftoverLimit));
+    QCOMPARE(player->exitCode(), endsAtOnce(way) ? 128 + way : 0);
 }
 
 void TestEnding::atAnyMoment_data() { addSignals(); }

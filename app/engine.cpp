@@ -6,14 +6,10 @@
 #include <csignal>
 #include <sys/prctl.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 constexpr int kStartTimeout = 30000; // ms
 constexpr qint64 kUnreadLimit = 1 << 18;
-bool held = false;
-
-pid_t enginePid() { return static_cast<pid_t>(playinglist.process_mplayer->processId()); }
 } // namespace
 
 EngineProcess::EngineProcess(QObject *parent)
@@ -53,7 +49,6 @@ bool startEngine(const QString &program, const QStringList &arguments,
 {
     QProcess *process = playinglist.process_mplayer;
     process->setProcessEnvironment(environment);
-    held = false;
     process->start(program, arguments, QIODevice::ReadWrite);
     return process->waitForStarted(kStartTimeout);
 }
@@ -62,18 +57,6 @@ bool engineRuns()
 {
     const QProcess *process = playinglist.process_mplayer;
     return process && process->state() != QProcess::NotRunning;
-}
-
-void holdEngine()
-{
-    if (engineRuns() && !held)
-        held = kill(enginePid(), SIGSTOP) == 0;
-}
-
-void releaseEngine()
-{
-    if (std::exchange(held, false) && engineRuns())
-        kill(enginePid(), SIGCONT);
 }
 
 bool engineEndedWell()

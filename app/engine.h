@@ -40,11 +40,6 @@ bool engineRuns();
 // crash by the code 1.
 bool engineEndedWell();
 
-// Lets the engine stand still until it is released or killed: for one that is about to be replaced
-// before anybody has seen it.
-void holdEngine();
-void releaseEngine();
-
 bool engineHasLine();
 // The engine's next line with its line feed, as far as it has come. In small pieces, because the
 // usual way takes 16 KiB for each line, which a flood of short ones makes expensive.

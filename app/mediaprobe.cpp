@@ -248,8 +248,6 @@ void probeAhead(const QStringList &files)
     startProbesAhead(0);
 }
 
-bool hasProbesAhead() { return !probesAhead.empty(); }
-
 void endProbesAhead() { probesAhead.clear(); }
 
 bool probeWasGivenUp() { return givenUp; }

@@ -32,8 +32,6 @@ bool probeMedia(const QString &file, MakeCompany makeCompany = nullptr);
 // one, or with more than 16 as many at once as there are processors. probeMedia() then takes what
 // was found, waiting for what is left. Their messages come when they are asked for.
 void probeAhead(const QStringList &files);
-// Whether more are to be asked for.
-bool hasProbesAhead();
 // Ends those that were not asked for.
 void endProbesAhead();
 

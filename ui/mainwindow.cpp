@@ -296,7 +296,6 @@ void MainWindow::openCommandLineFiles()
     for (int i = 0; i < kCommandLineSlots && !rBtnOpenFile[i].isEmpty(); i++)
         openAndDragFile(checkInputFileName(rBtnOpenFile[i]));
     endProbesAhead();
-    releaseEngine();
 }
 
 // The stop comes first, because it rewrites the history file that may be emptied here.

@@ -27,8 +27,6 @@ bool launch(const QString &program, const QStringList &arguments, int index)
     qDebug() << "arglist:" << arguments;
     const QProcessEnvironment environment = engineEnvironment(muteFlag ? 0 : defaultVolum);
     const bool started = startEngine(program, arguments, environment);
-    if (hasProbesAhead())
-        holdEngine(); // the next name of many takes its place, and its probe needs the processor
     playinglist.state = 1;
     playinglist.addrIndex = index;
     return started;

@@ -3,7 +3,6 @@
 
 #include "common.h"
 #include "dialogs.h"
-#include "engine.h"
 #include "listwidget.h"
 #include "playorder.h"
 #include "probewindow.h"
@@ -50,7 +49,6 @@ void MainWindow::openAndDragFile(QString path)
         return;
     personActs();
     if (!checkVideoFileInput(path)) {
-        releaseEngine();
         if (!probeWasGivenUp())
             showNotice("视频解析失败!");
         return;

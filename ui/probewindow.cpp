@@ -1,7 +1,6 @@
 #include "probewindow.h"
 
 #include "dialogs.h"
-#include "engine.h"
 
 #include <QCoreApplication>
 #include <QLabel>
@@ -49,10 +48,6 @@ void ProbeWindow::reject()
     QDialog::reject();
 }
 
-std::unique_ptr<CommandCompany> showProbeWindow()
-{
-    releaseEngine(); // a person is there to hear it
-    return std::make_unique<ProbeWindow>();
-}
+std::unique_ptr<CommandCompany> showProbeWindow() { return std::make_unique<ProbeWindow>(); }
 
 #include "moc_probewindow.cpp"

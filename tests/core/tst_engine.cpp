@@ -63,9 +63,6 @@ private slots:
     void quitDoesNotWaitForAStubbornEngine();
     void quitNeedsNoRunningEngine();
     void tenStartsInARow();
-    void heldEngineStandsStill();
-    void heldEngineCanBeEnded();
-    void nothingToHold();
     void missingProgram();
     void argumentsReachTheEngine();
     void channelsOfTheEngine();
@@ -261,50 +258,6 @@ void TestEngineProcess::tenStartsInARow()
     }
     quitEngine();
     QCOMPARE(processState(pids.last()), char(0));
-}
-
-void TestEngineProcess::heldEngineStandsStill()
-{
-    QVERIFY(startEngine("/bin/sleep", {"1000"}, QProcessEnvironment::systemEnvironment()));
-    const qint64 pid = process->processId();
-    holdEngine();
-    QTRY_COMPARE(processState(pid), 'T');
-    holdEngine();
-    QVERIFY(engineRuns());
-    releaseEngine();
-    QTRY_COMPARE(processState(pid), 'S');
-    releaseEngine();
-    QVERIFY(engineRuns());
-}
-
-// Nor does the next one stand still.
-void TestEngineProcess::heldEngineCanBeEnded()
-{
-    for (int i = 0; i < 3; i++) {
-        QVERIFY(startEngine("/bin/sleep", {"1000"}, QProcessEnvironment::systemEnvironment()));
-        const qint64 pid = process->processId();
-        QTRY_COMPARE(processState(pid), 'S');
-        holdEngine();
-        QTRY_COMPARE(processState(pid), 'T');
-        quitEngine();
-        QVERIFY(!engineRuns());
-        QVERIFY(isGone(pid));
-    }
-}
-
-void TestEngineProcess::nothingToHold()
-{
-    holdEngine();
-    releaseEngine();
-    process->start("/bin/true", QStringList());
-    QVERIFY(process->waitForFinished());
-    holdEngine();
-    releaseEngine();
-    playinglist.process_mplayer = nullptr;
-    holdEngine();
-    releaseEngine();
-    playinglist.process_mplayer = &*process;
-    QVERIFY(!engineRuns());
 }
 
 void TestEngineProcess::missingProgram()

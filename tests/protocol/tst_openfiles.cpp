@@ -1,7 +1,5 @@
 // Opening files: by dialog, drop, command line and from the list.
-#include "aside.h"
 #include "playerbench.h"
-#include "processes.h"
 #include "whenopen.h"
 
 #include <QDropEvent>
@@ -37,8 +35,6 @@ private slots:
     void dropWithoutLocations();
     void everyDragIsWelcome();
     void commandLine();
-    void manyOnTheCommandLine();
-    void engineRunsWhileASlowProbeIsWaitedFor();
 
 private:
     static const QByteArray refusal; // what the probe says of what is no media
@@ -492,94 +488,6 @@ void TestOpenFiles::commandLine()
     QTRY_COMPARE(bench.lastPlayed(), QString("/f/c.mp4"));
     QCOMPARE(playinglist.addrIndex, 2);
     QCOMPARE(bench.engine.runningEngines().size(), 1);
-}
-
-namespace {
-
-// A signal takes its time to be followed.
-bool engineStandsStill(bool expected)
-{
-    QElapsedTimer since;
-    since.start();
-    bool still = !expected;
-    while (still != expected && since.elapsed() < 1000)
-        still = Processes::isStopped(engineProcess()->processId());
-    return still;
-}
-
-QList<bool> stoodStill; // the engine, each time a probe was asked for
-
-// Installed over the bench's own.
-QtMessageHandler captured;
-void watchTheEngine(QtMsgType type, const QMessageLogContext &context, const QString &text)
-{
-    if (text.startsWith("ffprobe ") && engineRuns())
-        stoodStill << engineStandsStill(true);
-    captured(type, context, text);
-}
-
-QStringList manyFiles()
-{
-    QStringList files;
-    for (int i = 0; i < 17; i++) {
-        files << QStringLiteral("/f/many%1.mp4").arg(i);
-        rBtnOpenFile[i] = files.last();
-    }
-    return files;
-}
-
-} // namespace
-
-// Those that are replaced at once stand still; the last one plays, and so does one that a person
-// is told something beside.
-void TestOpenFiles::manyOnTheCommandLine()
-{
-    PlayerBench bench(0);
-    const QStringList files = manyFiles();
-    bench.tools.setProbeAnswerFor(files[5], refusal);
-    bool playedOn = false;
-    WhenModal answer([&](QWidget *widget) {
-        playedOn = !engineStandsStill(false);
-        widget->close();
-    });
-    stoodStill.clear();
-    captured = qInstallMessageHandler(watchTheEngine);
-    probeAhead(files);
-    bench.open();
-    qInstallMessageHandler(captured);
-    QVERIFY(answer.happened());
-    QVERIFY(playedOn);
-    QList<bool> expected;
-    for (int i = 1; i < 17; i++)
-        expected << (i != 6); // before that one came the refused one
-    QCOMPARE(stoodStill, expected);
-    QCOMPARE(bench.rows().size(), 16);
-    QTRY_COMPARE(bench.lastPlayed(), files.last());
-    QCOMPARE(bench.engine.runningEngines().size(), 1);
-}
-
-void TestOpenFiles::engineRunsWhileASlowProbeIsWaitedFor()
-{
-    PlayerBench bench(0);
-    companyAfter = 100;
-    const QStringList files = manyFiles();
-    bench.tools.setProbeScriptFor(files[9], "exec sleep 1000");
-    bool playedOn = false;
-    const Aside person([&] {
-        QWidget *small = QApplication::activeModalWidget();
-        if (!small)
-            return false;
-        playedOn = !engineStandsStill(false);
-        small->close();
-        return true;
-    });
-    probeAhead(files);
-    bench.open();
-    companyAfter = 10000;
-    QVERIFY(person.happened());
-    QVERIFY(playedOn);
-    QCOMPARE(bench.rows().size(), 16);
-    QTRY_COMPARE(bench.lastPlayed(), files.last());
 }
 
 QTEST_MAIN(TestOpenFiles)

@@ -283,7 +283,7 @@ void TestRemote::introspectionSaysWhatIsSeen()
                              .value(0)
                              .toString();
     QXmlStreamReader xml(text);
-    QMap<QString, QStringList> told;
+    QMap<QString, QStringList> described;
     QStringList writable;
     QString interface;
     while (!xml.atEnd()) {
@@ -295,7 +295,7 @@ void TestRemote::introspectionSaysWhatIsSeen()
             interface = name;
         if (xml.name() != "property")
             continue;
-        told[interface] << name + ' ' + xml.attributes().value("type").toString();
+        described[interface] << name + ' ' + xml.attributes().value("type").toString();
         if (xml.attributes().value("access") == "readwrite")
             writable << name;
     }
@@ -309,7 +309,7 @@ void TestRemote::introspectionSaysWhatIsSeen()
                     (isMap ? value->value<QDBusArgument>().currentSignature()
                            : QString(QDBusMetaType::typeToSignature(value->userType())));
         }
-        QStringList properties = told.value(name);
+        QStringList properties = described.value(name);
         properties.sort();
         QCOMPARE(properties, seen);
     }

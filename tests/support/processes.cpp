@@ -40,8 +40,6 @@ bool Processes::alive(qint64 pid)
 
 bool Processes::isZombie(qint64 pid) { return statFields(pid).value(0) == "Z"; }
 
-bool Processes::isStopped(qint64 pid) { return statFields(pid).value(0) == "T"; }
-
 qint64 Processes::parentOf(qint64 pid) { return statFields(pid).value(1, "-1").toLongLong(); }
 
 QByteArrayList Processes::arguments(qint64 pid)

@@ -9,7 +9,6 @@ namespace Processes {
 
 bool alive(qint64 pid);
 bool isZombie(qint64 pid);
-bool isStopped(qint64 pid); // by a signal
 qint64 parentOf(qint64 pid); // -1 when there is none
 QByteArrayList arguments(qint64 pid); // argv, with the program as first
 // Children of pid, zombies too.

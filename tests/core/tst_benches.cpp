@@ -294,7 +294,7 @@ void TestBenches::engineIsEndedWithItsBench()
 
 void TestBenches::processesAreFound()
 {
-    EnvironmentVariable mark("BENCH_MARK", "here");
+    EnvironmentVariable mark("BENCH_MARK", Processes::ownMark());
     QProcess process;
     process.start(QStringLiteral("/usr/bin/sleep"), {QStringLiteral("60")});
     QVERIFY(process.waitForStarted());
@@ -303,7 +303,8 @@ void TestBenches::processesAreFound()
     QVERIFY(Processes::alive(pid));
     QCOMPARE(Processes::parentOf(pid), QCoreApplication::applicationPid());
     QVERIFY(Processes::childrenOf(QCoreApplication::applicationPid()).contains(pid));
-    QCOMPARE(Processes::withEnvironment("BENCH_MARK=here"), QList<qint64>() << pid);
+    QCOMPARE(Processes::withEnvironment("BENCH_MARK=" + Processes::ownMark()),
+             QList<qint64>() << pid);
     QVERIFY(Processes::withProgram("/usr/bin/sleep").contains(pid));
     QVERIFY(Processes::end({pid}));
     QVERIFY(!Processes::alive(pid));

@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <functional>
+#include <unistd.h>
 
 namespace {
 
@@ -74,6 +75,8 @@ QList<qint64> Processes::withEnvironment(const QByteArray &assignment)
         return readFile(file).split('\0').contains(assignment) && alive(candidate);
     });
 }
+
+QByteArray Processes::ownMark() { return QByteArray::number(getpid()); }
 
 bool Processes::end(const QList<qint64> &pids)
 {

@@ -18,6 +18,8 @@ QList<qint64> zombieChildrenOf(qint64 pid);
 QList<qint64> withProgram(const QByteArray &program);
 // Living processes with this "NAME=value" in the environment they were started with.
 QList<qint64> withEnvironment(const QByteArray &assignment);
+// A value for it that no other test process on the machine has.
+QByteArray ownMark();
 // SIGKILL, then waits until they are gone (5 s at most). False when one is not.
 bool end(const QList<qint64> &pids);
 

@@ -40,7 +40,10 @@ public:
 
 std::unique_ptr<CommandCompany> makeCompany() { return std::make_unique<Company>(); }
 
-QList<qint64> marked() { return Processes::withEnvironment(QByteArray(kMark) + "=1"); }
+QList<qint64> marked()
+{
+    return Processes::withEnvironment(QByteArray(kMark) + '=' + Processes::ownMark());
+}
 
 bool hasNoChild()
 {
@@ -79,7 +82,7 @@ private:
 
 void TestCommandOutput::init()
 {
-    mark.reset(new EnvironmentVariable(kMark, "1"));
+    mark.reset(new EnvironmentVariable(kMark, Processes::ownMark()));
     made = alive = attended = patience = 0;
     companyAfter = 200;
 }

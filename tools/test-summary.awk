@@ -21,6 +21,8 @@ function finish_program() {
 }
 /<skipped / { message = $0 }
 { sub(/^[ \t]*<system-out>/, "") }
+# Only the last run of a program counts (tests/support/sandbox.sh).
+/: the leak check itself failed; running .* again$/ { passes = fails = skips = 0 }
 /^PASS   : / && !/::(init|cleanup)TestCase\(\)/ { ++passes }
 /^(FAIL!  |XPASS  ): / { ++fails }
 /^SKIP   : / { ++skips }

@@ -24,6 +24,10 @@ check program_without_cases "1 1 0 0" "$(counted run 'all is well')"
 check broken_program_without_cases "1 0 1 0" "$(counted fail 'oh')"
 check no_executable "1 0 1 0" "$(counted notrun '' '<skipped message="Unable to find executable"/>
 ')"
+check program_run_again "1 2 0 1" "$(counted run "PASS   : a::b()
+FAIL!  : a::c() compared
+with-display: the leak check itself failed; running a again
+$cases")"
 check skipped_program "1 0 0 1" "$(counted notrun '' '<skipped message="SKIP_RETURN_CODE=77"/>
 ')"
 finish

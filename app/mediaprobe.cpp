@@ -76,9 +76,7 @@ CommandResult runProbe(const QByteArray &command, MakeCompany makeCompany)
     if (!probe)
         probe = std::make_unique<RunningCommand>(command);
     startProbesAhead(probe->hasEnded() ? 0 : 1);
-    CommandResult result = probe->wait(makeCompany);
-    startProbesAhead(0); // they run while its answer is followed
-    return result;
+    return probe->wait(makeCompany);
 }
 
 int codecCode(const QString &name)

@@ -338,9 +338,9 @@ void TestMonkey::setUpPlayer()
     player->confine();
     // Findings go to files of the home, which are looked at after each end; undefined behaviour is
     // told in the player's log, and by its exit code.
-    player->setEnvironment(
-        "ASAN_OPTIONS",
-        "detect_leaks=1:detect_stack_use_after_return=1:log_path=" + player->home() + "/sanitizer");
+    player->setEnvironment("ASAN_OPTIONS", // those of with-display; the last path counts
+                           QString::fromLocal8Bit(qgetenv("ASAN_OPTIONS")) +
+                               ":log_path=" + player->home() + "/sanitizer");
     for (const char *name : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
         const QString own = player->home() + '/' + QString(name).toLower();
         QDir().mkpath(own);

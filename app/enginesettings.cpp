@@ -15,6 +15,11 @@ const QLatin1String kConfig("config");
 const QLatin1String kHomeVariable("MPLAYER_HOME");
 const QLatin1String kLanguageVariable("FC_LANG");
 
+// The engine's own order but for OpenGL, which comes behind x11, and so never: where it would be
+// drawn by the processor, the engine loads all of it only to refuse it, for a third of its start.
+// The comma at the end lets the engine try whatever else it has.
+const QByteArray kOutputsWithoutOpenGl("vo=vdpau,xv,x11,\n");
+
 // False where there is something that can't be read. What isn't a file could hold up its reader.
 bool readConfig(const QString &path, QByteArray &content)
 {
@@ -26,6 +31,15 @@ bool readConfig(const QString &path, QByteArray &content)
         return false;
     content = file.readAll();
     return file.error() == QFile::NoError;
+}
+
+// A kernel driver with a render node, NVIDIA's own driver, or the device of a Windows host.
+bool canDrawOpenGl(const QString &devices)
+{
+    const auto hasAny = [](const QString &folder, const QStringList &names) {
+        return !QDir(folder).entryList(names, QDir::AllEntries | QDir::System).isEmpty();
+    };
+    return hasAny(devices + "/dri/", {"renderD*"}) || hasAny(devices + '/', {"nvidia*", "dxg"});
 }
 
 // Replaced as a whole, because another player's engine may read it right now.
@@ -80,6 +94,7 @@ EngineFolders engineFolders(const QProcessEnvironment &environment)
         startPath + "/files/engine",
         home.isEmpty() ? QString() : home + "/.mplayer",
         cache.isEmpty() ? QString() : cache + "/com.quelmark.player/engine",
+        "/dev",
     };
 }
 
@@ -94,8 +109,10 @@ QString engineSettingsFolder(const EngineFolders &folders, int volume)
         return QString();
     // Each part begins outside of the sections of the one before.
     const QByteArray outside = "\n[default]\n";
-    const QByteArray all =
-        ours + outside + "volume=" + QByteArray::number(qBound(0, volume, 100)) + outside + theirs;
+    const QByteArray outputs =
+        canDrawOpenGl(folders.devices) ? QByteArray() : kOutputsWithoutOpenGl;
+    const QByteArray all = ours + outside + outputs +
+        "volume=" + QByteArray::number(qBound(0, volume, 100)) + outside + theirs;
     // The person's own settings may hold a password.
     const bool ready =
         QFile::setPermissions(folders.together,

@@ -19,6 +19,8 @@ private slots:
     void environmentOfTheEngine_data();
     void environmentOfTheEngine();
     void partsInTheirOrder();
+    void outputsOfAMachine_data();
+    void outputsOfAMachine();
     void followsWhatThePersonHas();
     void nobodyElseReadsIt();
     void leftAloneWhereNothingIsNew();
@@ -37,8 +39,10 @@ private:
 void TestEngineSettings::init()
 {
     base.reset(new QTemporaryDir);
-    folders = {base->filePath("ours"), base->filePath("theirs"), base->filePath("a/b/together")};
+    folders = {base->filePath("ours"), base->filePath("theirs"), base->filePath("a/b/together"),
+               base->filePath("devices")};
     writeFile(folders.ours + "/config", "[a]\nx=1\n");
+    writeFile(folders.devices + "/dri/renderD128", "");
 }
 
 void TestEngineSettings::foldersOfAPerson_data()
@@ -71,6 +75,7 @@ void TestEngineSettings::foldersOfAPerson()
     QCOMPARE(found.ours, startPath + "/files/engine");
     QTEST(found.theirs, "theirs");
     QTEST(found.together, "together");
+    QCOMPARE(found.devices, QString("/dev"));
 }
 
 void TestEngineSettings::environmentOfTheEngine_data()
@@ -113,6 +118,34 @@ void TestEngineSettings::partsInTheirOrder()
     writeFile(folders.theirs + "/config", "ao=alsa\n[b]\ny=2");
     QCOMPARE(engineSettingsFolder(folders, 0), folders.together);
     QVERIFY(readFile(made()).endsWith("volume=0\n[default]\nao=alsa\n[b]\ny=2"));
+}
+
+void TestEngineSettings::outputsOfAMachine_data()
+{
+    QTest::addColumn<QStringList>("devices");
+    QTest::addColumn<QByteArray>("outputs");
+    const QByteArray noOpenGl = "vo=vdpau,xv,x11,\n";
+    QTest::newRow("nothing") << QStringList{} << noOpenGl;
+    QTest::newRow("others") << QStringList{"null", "input/mice", "renderD128"} << noOpenGl;
+    QTest::newRow("a screen's memory") << QStringList{"fb0", "dri/card0"} << noOpenGl;
+    QTest::newRow("a kernel driver") << QStringList{"dri/card0", "dri/renderD128"} << QByteArray();
+    QTest::newRow("the second card's") << QStringList{"dri/renderD129"} << QByteArray();
+    QTest::newRow("NVIDIA's driver") << QStringList{"nvidia0", "nvidiactl"} << QByteArray();
+    QTest::newRow("a Windows host") << QStringList{"dxg"} << QByteArray();
+}
+
+// The person's choice comes later, so it counts.
+void TestEngineSettings::outputsOfAMachine()
+{
+    QFETCH(QStringList, devices);
+    QFETCH(QByteArray, outputs);
+    QVERIFY(QDir(folders.devices).removeRecursively());
+    for (const QString &device : devices)
+        writeFile(folders.devices + '/' + device, "");
+    writeFile(folders.theirs + "/config", "vo=sdl\n");
+    QCOMPARE(engineSettingsFolder(folders, 30), folders.together);
+    QCOMPARE(readFile(made()),
+             "[a]\nx=1\n\n[default]\n" + outputs + "volume=30\n[default]\nvo=sdl\n");
 }
 
 // Fonts, keys, settings of single films: nothing that the engine would look for is lost.

@@ -17,6 +17,7 @@ private slots:
     void theNextPictureFollows();
     void soundIsHeard();
     void hardwareModeWithoutHardware();
+    void loadsNoOpenGlForNothing();
 };
 
 namespace {
@@ -127,6 +128,21 @@ void TestPicture::hardwareModeWithoutHardware()
     player.close();
     QVERIFY(player.waitForEnd());
     QCOMPARE(player.exitCode(), 0);
+}
+
+// Without a graphics device the engine would refuse it once it is there.
+void TestPicture::loadsNoOpenGlForNothing()
+{
+    if (QFile::exists("/dev/dri") || QFile::exists("/dev/nvidiactl") || QFile::exists("/dev/dxg"))
+        QSKIP("this machine may draw OpenGL");
+    InstalledPlayer player;
+    player.setConfig(config(0));
+    QVERIFY(player.start({Clips::oneColour("red")}));
+    QVERIFY(Screen::waitForColour(playArea(player), Qt::red, 0.8));
+    const QByteArray libraries =
+        readFile(QStringLiteral("/proc/%1/maps").arg(player.engines().value(0)));
+    QVERIFY(libraries.contains("/libX11.so"));
+    QVERIFY(!libraries.contains("libGLX_mesa") && !libraries.contains("libLLVM"));
 }
 
 QTEST_MAIN(TestPicture)

@@ -15,13 +15,7 @@ export DISPLAY_BENCH=$base
 server="" manager="" command=""
 
 own_processes() { # ids of all that descend from here, but for this shell
-    local entry pid
-    for entry in /proc/[0-9]*/environ; do
-        pid=${entry#/proc/}
-        pid=${pid%/environ}
-        [ "$pid" != $$ ] || continue
-        grep -qsxz "DISPLAY_BENCH=$base" "$entry" 2>/dev/null && echo "$pid"
-    done
+    grep -lsxzF "DISPLAY_BENCH=$base" /proc/[0-9]*/environ | sed 's#/proc/##; s#/environ##' | grep -vx $$
 }
 
 end_process() { # asks, waits up to 3 s, insists

@@ -264,6 +264,26 @@ bool RunningCommand::hasEnded() const
     return shell->process < 0 || (shell->end >= 0 && poll(&watched, 1, 0) > 0);
 }
 
+bool RunningCommand::awaitOneOf(const std::vector<const RunningCommand *> &commands,
+                                int milliseconds)
+{
+    std::vector<pollfd> watched = {{TerminationNotifier::wakeDescriptor(), POLLIN, 0}};
+    for (const RunningCommand *command : commands) {
+        if (command->shell->end >= 0)
+            watched.push_back({command->shell->end, POLLIN, 0});
+    }
+    if (watched.size() == 1)
+        return false;
+    const QDeadlineTimer deadline(milliseconds);
+    while (!TerminationNotifier::isRequested()) {
+        const int ready =
+            poll(watched.data(), watched.size(), static_cast<int>(deadline.remainingTime()));
+        if (ready >= 0 || errno != EINTR) // the end of another child interrupts the waiting
+            return ready > 0 && watched[0].revents == 0;
+    }
+    return false;
+}
+
 CommandResult RunningCommand::wait(MakeCompany makeCompany)
 {
     CommandResult result;

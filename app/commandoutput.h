@@ -4,6 +4,7 @@
 #include <QByteArray>
 
 #include <memory>
+#include <vector>
 
 constexpr int kCommandOutputLimit = 9998; // bytes; the rest is lost
 
@@ -34,6 +35,9 @@ public:
     ~RunningCommand();
 
     bool hasEnded() const;
+    // Blocks until one of these has ended. False when none has after milliseconds, when there is
+    // none, when a signal asks the player to end, and where the kernel can't tell.
+    static bool awaitOneOf(const std::vector<const RunningCommand *> &commands, int milliseconds);
     // Blocks until it has ended, and gives the beginning of its output. One that can't be started
     // gives none, nor does one that was given up, which is killed.
     CommandResult wait(MakeCompany makeCompany = nullptr);

@@ -23,6 +23,8 @@ namespace {
 constexpr size_t kProbeTextLimit = kProbeBufferSize - 1;
 static_assert(kProbeTextLimit == kCommandOutputLimit);
 constexpr int kManyFiles = 16;
+constexpr size_t kMostAhead = 32; // each keeps files open until it is asked for
+constexpr int kAheadPatience = 1000; // ms; a probe that takes longer holds up no other file
 bool givenUp = false; // the last probe was
 
 struct ProbeAhead {
@@ -52,19 +54,29 @@ int processors()
     return sched_getaffinity(0, sizeof own, &own) == 0 ? CPU_COUNT(&own) : 1;
 }
 
-// Beside as many as run anyway.
-void startProbesAhead(int running)
+// Starts as many as may run beside others that run anyway. Gives those that run.
+std::vector<const RunningCommand *> startProbesAhead(int others)
 {
-    const int limit = processors();
-    for (ProbeAhead &probe : probesAhead) {
-        if (running >= limit)
-            return;
-        if (!probe.run)
+    const size_t limit = std::max(processors() - others, 0);
+    std::vector<const RunningCommand *> running;
+    for (size_t i = 0; i < std::min(probesAhead.size(), kMostAhead) && running.size() < limit;
+         ++i) {
+        ProbeAhead &probe = probesAhead[i];
+        const bool starts = !probe.run;
+        if (starts)
             probe.run = std::make_unique<RunningCommand>(probe.command,
                                                          RunningCommand::MessagesWhenAwaited);
-        if (!probe.run->hasEnded())
-            ++running;
+        if (starts || !probe.run->hasEnded())
+            running.push_back(probe.run.get());
     }
+    return running;
+}
+
+// Each file's engine is replaced when the next file's turn comes. That is at once where its probe
+// is done; engines that load beside the probes would take as much of the processors as these.
+void finishProbesAhead()
+{
+    while (RunningCommand::awaitOneOf(startProbesAhead(0), kAheadPatience)) { }
 }
 
 CommandResult runProbe(const QByteArray &command, MakeCompany makeCompany)
@@ -75,8 +87,13 @@ CommandResult runProbe(const QByteArray &command, MakeCompany makeCompany)
     probesAhead.pop_front();
     if (!probe)
         probe = std::make_unique<RunningCommand>(command);
-    startProbesAhead(probe->hasEnded() ? 0 : 1);
-    return probe->wait(makeCompany);
+    const bool toBeAwaited = !probe->hasEnded();
+    if (toBeAwaited)
+        startProbesAhead(1);
+    CommandResult result = probe->wait(makeCompany);
+    if (toBeAwaited && !result.givenUp)
+        finishProbesAhead();
+    return result;
 }
 
 int codecCode(const QString &name)

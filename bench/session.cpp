@@ -41,14 +41,17 @@ void sleepFor(double ms) { usleep(static_cast<useconds_t>(ms * 1000)); }
     std::exit(1);
 }
 
-// Looks twice in a millisecond, which costs the measured program little.
-void waitUntil(const std::function<bool()> &condition, const char *otherwise, double ms = patience)
+constexpr double briefInterval = 0.5; // ms between two looks; costs what is short little
+constexpr double longInterval = 20; // ms; the same for what takes seconds
+
+void waitUntil(const std::function<bool()> &condition, const char *otherwise, double ms = patience,
+               double interval = briefInterval)
 {
     const double end = milliseconds() + ms;
     while (!condition()) {
         if (milliseconds() > end)
             giveUp(otherwise);
-        sleepFor(0.5);
+        sleepFor(interval);
     }
 }
 
@@ -283,7 +286,7 @@ void Session::measureManyLocations(int rounds)
         const double began = milliseconds();
         const ChildProcess program(command);
         waitUntil([this] { return display.pixel(groundX, groundY) != ground; },
-                  "the window of many locations does not show", longPatience);
+                  "the window of many locations does not show", longPatience, longInterval);
         window.push_back(milliseconds() - began);
         sleepFor(200);
     }

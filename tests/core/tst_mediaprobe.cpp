@@ -2,11 +2,14 @@
 #include "common.h"
 #include "mediaprobe.h"
 #include "oneprocessor.h"
+#include "ownprocess.h"
 #include "proberecord.h"
 #include "processes.h"
+#include "terminationnotifier.h"
 #include "testsupport.h"
 #include "toolbench.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QTextCodec>
 #include <QtTest>
@@ -17,6 +20,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <thread>
 
 namespace {
@@ -61,6 +65,8 @@ public:
     // From now on it answers only when it may go on.
     void holdUp() { tools.holdProbes(true); }
     void goOn() { tools.holdProbes(false); }
+    // That file's probe never answers.
+    void hangOn(const QString &file) { tools.setProbeScriptFor(file, "sleep 1000"); }
     int running() const
     {
         const QByteArray program = QFile::encodeName(tools.folder()) + "/ffprobe";
@@ -147,6 +153,7 @@ class TestMediaProbe : public QObject {
 
 private slots:
     void init() { resetSharedState(); }
+    void cleanup() { endProbesAhead(); }
 
     void commandOfOrdinaryNames_data();
     void commandOfOrdinaryNames();
@@ -174,6 +181,10 @@ private slots:
     void aheadOfFewIsTheFirst();
     void aheadOfManyAsManyAsProcessors();
     void aheadOfManyOnOneProcessor();
+    void aheadOfManyIsDoneBeforeTheFirstIsPlayed();
+    void aheadOfManyBatchAfterBatch();
+    void aheadDoesNotWaitForASlowOne();
+    void aheadEndsWithASignal();
     void aheadOfOthers();
     void aheadAndNotAskedFor();
 };
@@ -480,6 +491,76 @@ void TestMediaProbe::aheadOfManyOnOneProcessor()
     other.join();
     QCOMPARE(most, 1);
     QCOMPARE(stub.files(), inBytes(files));
+}
+
+// Where one is waited for, the others are done before it is played. The first two may be done
+// before they are asked for.
+void TestMediaProbe::aheadOfManyIsDoneBeforeTheFirstIsPlayed()
+{
+    StubProbe stub;
+    const QStringList files = numberedFiles(20);
+    probeAhead(files);
+    for (const QString &file : files.mid(0, 3))
+        QVERIFY(probeMedia(file));
+    QCOMPARE(stub.calls(), 20);
+    QCOMPARE(stub.running(), 0);
+    for (const QString &file : files.mid(3))
+        QVERIFY(probeMedia(file));
+    QCOMPARE(stub.calls(), 20);
+}
+
+// Each keeps files open.
+void TestMediaProbe::aheadOfManyBatchAfterBatch()
+{
+    StubProbe stub;
+    const QStringList files = numberedFiles(98);
+    const int filesBefore = OwnProcess::openFiles();
+    probeAhead(files);
+    QList<int> calls = {0};
+    for (const QString &file : files) {
+        QVERIFY(probeMedia(file));
+        QVERIFY(OwnProcess::openFiles() - filesBefore <= 200);
+        if (calls.last() != stub.calls())
+            calls << stub.calls();
+    }
+    QCOMPARE(calls.last(), 98);
+    QVERIFY2(calls.size() <= 5, QByteArray::number(calls.size()));
+    QCOMPARE(OwnProcess::openFiles(), filesBefore);
+}
+
+void TestMediaProbe::aheadDoesNotWaitForASlowOne()
+{
+    StubProbe stub;
+    stub.hangOn("/15.mp4");
+    const QStringList files = numberedFiles(20);
+    probeAhead(files);
+    for (const QString &file : files.mid(0, 15))
+        QVERIFY(probeMedia(file));
+    QVERIFY(stub.running() > 0);
+    endProbesAhead();
+    QTRY_COMPARE(stub.running(), 0);
+}
+
+void TestMediaProbe::aheadEndsWithASignal()
+{
+    TerminationNotifier notifier;
+    StubProbe stub;
+    stub.hangOn("/5.mp4");
+    const QStringList files = numberedFiles(20);
+    probeAhead(files);
+    std::thread other([&] {
+        const QDeadlineTimer deadline(10000);
+        while (stub.calls() < 6 && !deadline.hasExpired())
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        raise(SIGTERM);
+    });
+    probeMedia(files[0]);
+    probeMedia(files[1]);
+    other.join();
+    QVERIFY(!probeMedia(files[2]));
+    QVERIFY(probeWasGivenUp());
+    endProbesAhead();
+    QTRY_COMPARE(stub.running(), 0);
 }
 
 // What is asked for in between is probed as ever, and takes nothing away.

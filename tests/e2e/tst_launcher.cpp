@@ -1,6 +1,5 @@
 // What the launcher is given reaches the engine as itself, through the installed player.
 #include "installedplayer.h"
-#include "oneprocessor.h"
 #include "processes.h"
 #include "testsupport.h"
 #include "toolbench.h"
@@ -13,11 +12,14 @@
 #include <QTest>
 #include <QUrl>
 
+#include <algorithm>
+
 class TestLauncher : public QObject {
     Q_OBJECT
 
 private slots:
     void hostileNames();
+    void manyNames();
     void fileUris();
     void addressesAndEmptyNames();
     void plainLocale();
@@ -32,6 +34,7 @@ namespace {
 
 const char launcherPath[] = BUILD_DIR "/packaging/tarnivo-player";
 constexpr int kMostLocations = 98;
+constexpr int kFewLocations = 16; // of more, several are probed before one is played
 
 // The player opens one location after the other and ends the engine of the one before. Here the
 // probe answers only when that engine has recorded its start, so that none is missed.
@@ -67,7 +70,6 @@ QByteArrayList playedOf(const QStringList &locations, int expected,
         player.setEnvironment(variable.key(), variable.value());
     const StandInEngine &engine = player.standIn();
     probeAfterEachStart(tools, engine);
-    const OneProcessor oneProbeAtATime;
     if (!player.start(locations) || !engine.waitForStarts(expected, 60000))
         qWarning() << "not all were played:" << player.log().mid(0, 30);
     const QByteArray home = QFile::encodeName(player.home()) + '/';
@@ -131,8 +133,8 @@ void TestLauncher::hostileNames()
 {
     const QStringList names = ::hostileNames();
     QVERIFY2(names.size() >= 200, QByteArray::number(names.size()));
-    for (int first = 0; first < names.size(); first += kMostLocations) {
-        const QStringList some = names.mid(first, kMostLocations);
+    for (int first = 0; first < names.size(); first += kFewLocations) {
+        const QStringList some = names.mid(first, kFewLocations);
         const QByteArrayList played = playedOf(some, some.size());
         for (int i = 0; i < some.size(); ++i)
             QCOMPARE(played.value(i), "~/" + QFile::encodeName(some.at(i)));
@@ -140,22 +142,50 @@ void TestLauncher::hostileNames()
     }
 }
 
+// All at once: each is probed once and comes into the list.
+void TestLauncher::manyNames()
+{
+    const QStringList names = ::hostileNames().mid(0, kMostLocations);
+    StandInTools tools;
+    InstalledPlayer player;
+    player.setConfig("[DEFAULT]\nfirst_start=0\n");
+    player.setLauncher(QString::fromLatin1(launcherPath));
+    player.standIn();
+    QVERIFY(player.start(names));
+    QVERIFY(player.window(60000));
+    player.close();
+    QVERIFY(player.waitForEnd());
+    QStringList expected;
+    for (const QString &name : names)
+        expected << player.home() + '/' + name;
+    QCOMPARE(storedAddresses(player.historyFile()), expected);
+    QStringList probed;
+    for (const QByteArrayList &call : tools.probeCalls())
+        probed << QFile::decodeName(call.last());
+    std::sort(probed.begin(), probed.end());
+    std::sort(expected.begin(), expected.end());
+    QCOMPARE(probed, expected);
+}
+
 // As file managers hand files over.
 void TestLauncher::fileUris()
 {
-    const QStringList written = hostileNamesWritten();
     QStringList uris;
-    for (const QString &name : written.mid(0, kMostLocations - 3))
+    QByteArrayList expected;
+    for (const QString &name : hostileNamesWritten()) {
         uris << QString::fromLatin1(QUrl::fromLocalFile("/films/" + name).toEncoded());
-    const int plain = uris.size();
+        expected << "/films/" + QFile::encodeName(name);
+    }
     uris << "file://localhost/films/a%20b.mp4"
          << "file:/films/%e5%bd%b1.mp4"
          << "FILE:///films/100%.mp4";
-    const QByteArrayList played = playedOf(uris, uris.size());
-    for (int i = 0; i < plain; ++i)
-        QCOMPARE(played.value(i), "/films/" + QFile::encodeName(written.at(i)));
-    QCOMPARE(played.mid(plain),
-             QByteArrayList({"/films/a b.mp4", "/films/\xe5\xbd\xb1.mp4", "/films/100%.mp4"}));
+    expected << "/films/a b.mp4"
+             << "/films/\xe5\xbd\xb1.mp4"
+             << "/films/100%.mp4";
+    for (int first = 0; first < uris.size(); first += kFewLocations)
+        QCOMPARE(
+            playedOf(uris.mid(first, kFewLocations), expected.mid(first, kFewLocations).size()),
+            expected.mid(first, kFewLocations));
 }
 
 void TestLauncher::addressesAndEmptyNames()

@@ -55,16 +55,20 @@ private:
 
 namespace {
 
-// Calm colours that flow into each other.
+// Calm colours that flow into each other, for longer than this takes on a busy machine: what
+// follows a film's end has other menus.
 QString film()
 {
     const QString gradients =
         "gradients=s=960x540:r=25:d=90:c0=0x16324f:c1=0xd96c3f:c2=0xf3c969:c3=0x2a9d8f:n=4:"
         "x0=0:y0=540:x1=960:y1=0:speed=0.004:seed=7";
-    return Clips::make(QStringLiteral("gradients.mp4"),
-                       {"-f", "lavfi", "-i", gradients, "-f", "lavfi", "-i",
-                        "sine=frequency=440:sample_rate=44100:duration=90", "-c:v", "libx264",
-                        "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest"});
+    const QString once =
+        Clips::make(QStringLiteral("gradients.mp4"),
+                    {"-f", "lavfi", "-i", gradients, "-f", "lavfi", "-i",
+                     "sine=frequency=440:sample_rate=44100:duration=90", "-c:v", "libx264",
+                     "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest"});
+    return Clips::make(QStringLiteral("gradients-long.mp4"),
+                       {"-stream_loop", "5", "-i", once, "-c", "copy"});
 }
 
 } // namespace

@@ -14,7 +14,6 @@
 #include <unistd.h>
 
 namespace {
-constexpr int kLockingTime = 2000; // ms; a save takes some milliseconds
 constexpr int kLockingPause = 2; // ms
 
 // A note: fingerprint, blank, process, line feed. The register holds two: of what the file holds
@@ -101,12 +100,12 @@ int openRegister(const QString &historyFile)
     return descriptor;
 }
 
-bool lock(int descriptor)
+bool lock(int descriptor, int patience)
 {
     QElapsedTimer clock;
     clock.start();
     while (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-        if (clock.hasExpired(kLockingTime))
+        if (clock.hasExpired(patience))
             return false;
         QThread::msleep(kLockingPause);
     }
@@ -114,12 +113,12 @@ bool lock(int descriptor)
 }
 } // namespace
 
-HistoryRegister::HistoryRegister(const QString &historyFile)
+HistoryRegister::HistoryRegister(const QString &historyFile, int patience)
     : descriptor(openRegister(historyFile))
 {
     if (descriptor < 0)
         return;
-    if (!lock(descriptor)) {
+    if (!lock(descriptor, patience)) {
         close(descriptor);
         descriptor = -1;
         return;

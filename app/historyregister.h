@@ -11,8 +11,10 @@
 // file's writers, in silence.
 class HistoryRegister {
 public:
-    // Waits for at most two seconds while another player saves.
-    explicit HistoryRegister(const QString &historyFile);
+    static constexpr int kPatience = 2000; // ms; a save takes some milliseconds
+
+    // Waits for at most patience ms while another player saves.
+    explicit HistoryRegister(const QString &historyFile, int patience = kPatience);
     ~HistoryRegister();
     HistoryRegister(const HistoryRegister &) = delete;
     HistoryRegister &operator=(const HistoryRegister &) = delete;

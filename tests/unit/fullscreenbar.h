@@ -5,8 +5,9 @@
 #include "icons.h"
 #include "speedwind.h"
 
+#include <QApplication>
+#include <QMouseEvent>
 #include <QtTest>
-#include <QtWidgets>
 
 #include <functional>
 #include <memory>

@@ -2,8 +2,17 @@
 #include "applicationlooks.h"
 #include "screen.h"
 
+#include <QAction>
+#include <QDialog>
+#include <QFileDialog>
+#include <QIcon>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QtTest>
-#include <QtWidgets>
 
 class TestApplicationLooks : public QObject {
     Q_OBJECT

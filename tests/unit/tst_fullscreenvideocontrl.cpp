@@ -4,6 +4,15 @@
 #include "common.h"
 #include "testsupport.h"
 
+#include <QColor>
+#include <QCursor>
+#include <QImage>
+#include <QLabel>
+#include <QLayout>
+#include <QPainter>
+#include <QPalette>
+#include <QPushButton>
+
 namespace {
 
 QList<QSpacerItem *> spacers(const QLayout *layout)

@@ -5,6 +5,12 @@
 #include "testsupport.h"
 #include "whenopen.h"
 
+#include <QCursor>
+#include <QFocusEvent>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMenu>
+
 namespace {
 
 // Counts the moves of the pointer over a widget, taken or not.

@@ -6,6 +6,12 @@
 #include "testsupport.h"
 #include "whenopen.h"
 
+#include <QAction>
+#include <QContextMenuEvent>
+#include <QCursor>
+#include <QMenu>
+#include <QPushButton>
+
 namespace {
 
 // Opens the bar's menu and calls inspect while it stands open.

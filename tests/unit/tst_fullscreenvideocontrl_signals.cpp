@@ -6,6 +6,11 @@
 #include "enginebench.h"
 #include "testsupport.h"
 
+#include <QCursor>
+#include <QPushButton>
+#include <QStyle>
+#include <QStyleOptionSlider>
+
 class TestFullScreenVideoControlSignals : public QObject {
     Q_OBJECT
 

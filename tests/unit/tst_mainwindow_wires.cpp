@@ -4,6 +4,9 @@
 #include "whenopen.h"
 
 #include <QFileDialog>
+#include <QListWidgetItem>
+#include <QSlider>
+#include <QToolButton>
 #include <QtTest>
 
 class TestMainWindowWires : public QObject {

@@ -30,7 +30,8 @@ bool probeMedia(const QString &file, MakeCompany makeCompany = nullptr);
 
 // Starts probing files that will be asked for next, in this order, and blocks nobody: the first
 // one, or with more than 16 as many at once as there are processors. probeMedia() then takes what
-// was found, waiting for what is left. Their messages come when they are asked for.
+// was found, waiting for what is left; where it has to wait, it finishes up to 32 that come next,
+// too. Their messages come when they are asked for.
 void probeAhead(const QStringList &files);
 // Ends those that were not asked for.
 void endProbesAhead();

@@ -24,6 +24,8 @@ constexpr int groundX = 400; // a place that both programs paint, and the engine
 constexpr int groundY = 640;
 constexpr double patience = 20000; // ms
 constexpr double longPatience = 200000; // ms
+constexpr double briefInterval = 0.5; // ms between two looks at the screen
+constexpr double longInterval = 20; // ms; at what takes seconds
 constexpr int mostLocations = 98;
 constexpr double playingTime = 15000; // ms
 constexpr double memoryAfter = 10000; // ms
@@ -41,9 +43,7 @@ void sleepFor(double ms) { usleep(static_cast<useconds_t>(ms * 1000)); }
     std::exit(1);
 }
 
-constexpr double briefInterval = 0.5; // ms between two looks; costs what is short little
-constexpr double longInterval = 20; // ms; the same for what takes seconds
-
+// Looks again and again, so seldom that it costs the measured program little.
 void waitUntil(const std::function<bool()> &condition, const char *otherwise, double ms = patience,
                double interval = briefInterval)
 {

@@ -18,13 +18,18 @@ own_processes() { # ids of all that descend from here, but for this shell
     grep -lsxzF "DISPLAY_BENCH=$base" /proc/[0-9]*/environ | sed 's#/proc/##; s#/environ##' | grep -vx $$
 }
 
+# Waits some seconds without starting a process: nothing is ever written to this pipe.
+pause() {
+    read -r -t "$1" <>"$base/never"
+}
+
 end_process() { # asks, waits up to 3 s, insists
     [ -n "$1" ] || return 0
     kill -TERM "$1" 2>/dev/null
     local i
-    for ((i = 0; i < 60; i++)); do
+    for ((i = 0; i < 300; i++)); do
         kill -0 "$1" 2>/dev/null || break
-        sleep 0.05
+        pause 0.01
     done
     kill -KILL "$1" 2>/dev/null
     wait "$1" 2>/dev/null
@@ -35,8 +40,9 @@ clean_up() {
     trap - EXIT
     trap '' TERM INT HUP
     end_process "$command"
-    end_process "$manager"
+    # Without its server the window manager ends by itself.
     end_process "$server"
+    end_process "$manager"
     local pid
     for pid in $(own_processes); do
         kill -KILL "$pid" 2>/dev/null
@@ -54,8 +60,9 @@ fail() {
     exit 125
 }
 
-mkdir -p "$base/home/Pictures" "$base/home/.config/pulse" "$base/run" "$base/tmp" || exit 125
-chmod 700 "$base/run"
+mkfifo "$base/never" || exit 125
+mkdir -p "$base/home/Pictures" "$base/home/.config/pulse" "$base/tmp" || exit 125
+mkdir -m 700 "$base/run" || exit 125
 # A test that wants sound starts its own sound server; none is started behind its back.
 echo "autospawn = no" >"$base/home/.config/pulse/client.conf"
 

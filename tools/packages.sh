@@ -28,9 +28,10 @@ virtual_display_packages=(
     openbox
 )
 
-# What the tests add: looking at windows and pictures, pressing keys, a private sound server,
-# a private install root, locales other than the person's.
+# What the tests add: a compiler that is quick with them, looking at windows and pictures, pressing keys,
+# a private sound server, a private install root, locales other than the person's.
 test_packages=(
+    clang
     xdotool
     wmctrl
     x11-xserver-utils

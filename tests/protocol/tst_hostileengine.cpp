@@ -296,7 +296,7 @@ void TestHostileEngine::keepsLittleOfWhatIsUnread()
     // Read, and obeyed, only after the flood.
     writeToEngine(enginecommands::mute);
     QVERIFY(heart.watchUntil(
-        [this] { return playinglist.process_mplayer->state() == QProcess::NotRunning; }, 60000));
+        [] { return playinglist.process_mplayer->state() == QProcess::NotRunning; }, 60000));
     QVERIFY2(heart.isSteady(), heart.report());
     QVERIFY2(read <= (1 << 18), qPrintable(QString::number(read)));
     const qint64 growth = heart.peakHeap() - memory;
